@@ -1,0 +1,21 @@
+# Qt: one target for QtCore whatever the version, fp::qtcore. Tools and hosts use Qt 5 directly.
+
+add_library(fp_qtcore INTERFACE)
+add_library(fp::qtcore ALIAS fp_qtcore)
+
+if(QT_MAJOR EQUAL 4)
+    find_package(Qt4 4.8 REQUIRED QtCore)
+    target_include_directories(fp_qtcore SYSTEM INTERFACE ${QT_INCLUDE_DIR} ${QT_QTCORE_INCLUDE_DIR})
+    target_link_libraries(fp_qtcore INTERFACE ${QT_QTCORE_LIBRARY})
+    set(FP_DRIVER_STANDARD 11)
+elseif(QT_MAJOR EQUAL 5)
+    find_package(Qt5 5.15 REQUIRED COMPONENTS Core)
+    target_link_libraries(fp_qtcore INTERFACE Qt5::Core)
+    set(FP_DRIVER_STANDARD 11)
+elseif(QT_MAJOR EQUAL 6)
+    find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
+    target_link_libraries(fp_qtcore INTERFACE Qt6::Core)
+    set(FP_DRIVER_STANDARD 17)
+else()
+    message(FATAL_ERROR "QT_MAJOR must be 4, 5 or 6, not '${QT_MAJOR}'")
+endif()
