@@ -8,6 +8,13 @@
 
 #include "matsushita_tcpip_net.h"
 
+/// Values of RW_VAR::extra1 that mean something.
+enum Extra1Mark {
+    kStoreReply = -1,    ///< remote path: the reply goes into the local areas; or: read for a bit write that waits
+    kGroupedRead = 88,   ///< the frame serves every entry of qmap_list
+    kNeverForwarded = 99 ///< as 88, a read that does not travel remotely
+};
+
 /// Why DataCom answers as it does; the argument of GetDriverReturnValue.
 enum Reason {
     ReasonGood = 0,             ///< code 1

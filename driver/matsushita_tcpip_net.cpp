@@ -1,0 +1,475 @@
+// matsushita_tcpip_net.cpp - the driver object, the communication cycle, the reply intake and the result codes.
+//
+//  - One request is in flight at a time: nothing is chosen while lst_Protocol holds a frame.
+//  - Writes come first, then one-shot reads, then polling; after five of a kind in a row the next kind has its turn.
+//  - A reply is judged and its frame removed without mutexList (only the communication thread does that); a request
+//  ends
+//    under it.
+
+#include "driver/matsushita_tcpip_net_p.h"
+
+#include "driver/area_table.h"
+#include "frames/Func_Check.h"
+#include "frames/Func_Read.h"
+#include "frames/Func_Remote.h"
+#include "frames/Func_Write.h"
+#include "init/Func_Init.h"
+#include "init/pending_lists.h"
+#include "store/Func_DealData.h"
+
+#include <cstring>
+
+Matsushita_TCPIP_net PLC_driver;
+QList<RW_VAR> qmap_list;
+qint32 qmap_length;
+
+enum {
+    kMostInARow = 5,          // writes, and one-shot reads, between two polling reads
+    kLongestGrouped = 4,      // words of a polling entry that is read together with others
+    kMostGrouped = 14,        // words in one grouped read
+    kReadSucceeded = 1,       // status of the read-finished callback
+    kReadFailed = 2,          //
+    kAbandoned = 1,           // reason of the communication-failure callback
+    kLastOwnerWithDigit = 11, // ownerIds 1 to this one have a failure digit of their own
+    kCodeGood = 1,
+    kCodeRemoteGood = 100,
+    kCodeUnknown = 200
+};
+
+// The driver object
+// ----------------------------------------------------------------------------------------------------
+
+// comInfo and the callbacks stay as the storage has them: null in the one static instance.
+Matsushita_TCPIP_net::Matsushita_TCPIP_net()
+    : curReqKind(RequestNone), writeCount(0), onceReadCount(0), pollReplyCount(0), bCommFail(0), bReserve(0)
+{
+    std::memset(localT, 0, sizeof localT);
+    std::memset(localC, 0, sizeof localC);
+    std::memset(localWX, 0, sizeof localWX);
+    std::memset(localWY, 0, sizeof localWY);
+    std::memset(localWR, 0, sizeof localWR);
+    std::memset(localWL, 0, sizeof localWL);
+    std::memset(localDT, 0, sizeof localDT);
+    std::memset(localLD, 0, sizeof localLD);
+    std::memset(localFL, 0, sizeof localFL);
+    std::memset(localSV, 0, sizeof localSV);
+    std::memset(localEV, 0, sizeof localEV);
+}
+
+Matsushita_TCPIP_net::~Matsushita_TCPIP_net() {}
+
+// Communication cycle
+// --------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+/// Drops the entries of switched-off stations at the head of a pending list.
+template <typename Index> void dropSwitchedOff(Index &index, QList<RW_VAR> &list)
+{
+    while (!list.isEmpty() && Ethernetcontains(list.at(0).station)) {
+        typename Index::Change change(index, list);
+        change.removeFirst();
+    }
+}
+
+/// The head of a pending list for a builder. Builders do not change their variable; the list may be shared with its
+/// index, so it must not be asked for a changeable entry.
+RW_VAR *headOf(const QList<RW_VAR> &list)
+{
+    return const_cast<RW_VAR *>(&list.at(0));
+}
+
+void serveWrite()
+{
+    QList<RW_VAR> &list = PLC_driver.lst_WriteVar;
+    PLC_driver.curReqKind = RequestWrite;
+    dropSwitchedOff(writeIndex, list);
+    if (list.isEmpty())
+        return;
+    if (PLC_driver.comInfo->remoteMode != 0)
+        Remote_WriteVar(headOf(list));
+    else
+        WriteRegister(headOf(list));
+    ++PLC_driver.writeCount;
+}
+
+void serveOnceRead()
+{
+    QList<RW_VAR> &list = PLC_driver.lst_OnceReadVar;
+    PLC_driver.curReqKind = RequestOnceRead;
+    dropSwitchedOff(onceReadIndex, list);
+    if (list.isEmpty())
+        return;
+    qmap_length = 1;
+    qmap_list.append(list.at(0));
+    if (PLC_driver.comInfo->remoteMode != 0)
+        Remote_ReadVar(headOf(list));
+    else
+        ReadRegister();
+    ++PLC_driver.onceReadCount;
+}
+
+/// A polling entry that is read by itself consumes one entry, whatever was passed over before it.
+void takeAlone(const RW_VAR &entry)
+{
+    qmap_length = 1;
+    qmap_list.append(entry);
+}
+
+/// Appends the words of \a entry to the group one by one; words outside the area cannot be read.
+void takeWords(const RW_VAR &entry)
+{
+    const RunInside inside = insideArea(entry.address, entry.count, areaWords(entry.areaKind));
+    for (int i = inside.first; i < inside.end; ++i) {
+        qmap_list.append(entry);
+        RW_VAR &word = qmap_list[qmap_list.size() - 1];
+        word.address = entry.address + i;
+        word.count = 1;
+    }
+}
+
+/// Whether the group ends before \a next, the polling entry behind the one just taken.
+bool endsBefore(const RW_VAR &next)
+{
+    if (next.count > kLongestGrouped || next.count + countOf(qmap_list) > kMostGrouped)
+        return true;
+    return !qmap_list.isEmpty() && next.station != qmap_list.at(0).station;
+}
+
+/// Gathers what the next polling read serves from the head of the polling list into qmap_list. qmap_length is the entry
+/// under examination and, at the end, the number of entries consumed.
+void gatherPollingGroup()
+{
+    const QList<RW_VAR> &polling = PLC_driver.lst_PollingReadVar;
+    const int entries = countOf(polling);
+    while (qmap_length < entries) {
+        const RW_VAR &entry = polling.at(qmap_length);
+        // Kind and length are looked at before the station, so a bit entry or a long one at the head is read even when
+        // its station is switched off.
+        if (!isWordKind(entry.areaKind)) {
+            if (qmap_list.isEmpty())
+                takeAlone(entry);
+            return;
+        }
+        if (qmap_list.isEmpty() && entry.count > kLongestGrouped) {
+            takeAlone(entry);
+            return;
+        }
+        ++qmap_length;
+        if (Ethernetcontains(entry.station))
+            continue; // and the entry behind it joins the group unexamined
+        takeWords(entry);
+        if (qmap_length < entries && endsBefore(polling.at(qmap_length)))
+            return;
+    }
+}
+
+void reopenRuns()
+{
+    PLC_driver.writeCount = 0;
+    PLC_driver.onceReadCount = 0;
+}
+
+void servePolling()
+{
+    if (PLC_driver.lst_PollingReadVar.isEmpty()) {
+        reopenRuns();
+        PLC_driver.comInfo->cycleDone = 1;
+        return;
+    }
+    PLC_driver.curReqKind = RequestPolling;
+    if (PLC_driver.comInfo->remoteMode != 0) {
+        qmap_length = 1;
+        Remote_ReadVar(headOf(PLC_driver.lst_PollingReadVar));
+    } else {
+        gatherPollingGroup();
+        if (qmap_list.isEmpty())
+            return; // every entry examined is switched off
+        ReadRegister();
+    }
+    reopenRuns();
+}
+
+void chooseWork()
+{
+    qmap_length = 0;
+    qmap_list.clear();
+    if (!PLC_driver.lst_WriteVar.isEmpty() && PLC_driver.writeCount < kMostInARow)
+        serveWrite();
+    else if (!PLC_driver.lst_OnceReadVar.isEmpty() && PLC_driver.onceReadCount < kMostInARow)
+        serveOnceRead();
+    else
+        servePolling();
+}
+
+} // namespace
+
+Protocol *ComCommunication()
+{
+    QMutexLocker locker(&PLC_driver.mutexList);
+    if (PLC_driver.lst_Protocol.isEmpty())
+        chooseWork();
+    return PLC_driver.lst_Protocol.isEmpty() ? nullptr : &PLC_driver.lst_Protocol[0];
+}
+
+// Result codes
+// ---------------------------------------------------------------------------------------------------------
+
+int SwitchErrorReturn(int base)
+{
+    const int ownerId = PLC_driver.lst_Protocol.isEmpty() ? 0 : PLC_driver.lst_Protocol.at(0).var.ownerId;
+    return base + (ownerId >= 1 && ownerId <= kLastOwnerWithDigit ? ownerId + 1 : 1);
+}
+
+int GetDriverReturnValue(int reason)
+{
+    switch (reason) {
+    case ReasonGood:
+        return kCodeGood;
+    case ReasonLocalBadReply:
+        return SwitchErrorReturn(10);
+    case ReasonLocalNoReply:
+        return SwitchErrorReturn(40);
+    case ReasonLocalWrongLength:
+        return SwitchErrorReturn(70);
+    case ReasonRemoteGood:
+        return kCodeRemoteGood;
+    case ReasonRemoteBadReply:
+        return SwitchErrorReturn(110);
+    case ReasonRemoteNoReply:
+        return SwitchErrorReturn(140);
+    case ReasonRemoteWrongLength:
+        return SwitchErrorReturn(170);
+    default:
+        return kCodeUnknown;
+    }
+}
+
+void passRetValue(const RW_VAR &from, RW_VAR &to)
+{
+    to.ownerId = from.ownerId;
+    to.ownerTag = from.ownerTag;
+    to.varFlag = from.varFlag;
+    to.remoteMode = from.remoteMode;
+    to.linkNo = from.linkNo;
+    to.result = from.result;
+    to.name = from.name;
+    to.addrText = from.addrText;
+    to.areaKind = from.areaKind;
+    to.address = from.address;
+    to.station = from.station;
+    to.count = from.count;
+    to.extra1 = from.extra1;
+    to.extra2 = from.extra2;
+    to.data.clear();
+}
+
+// Reply intake
+// ---------------------------------------------------------------------------------------------------------
+
+int DealDataOfLocalArea(QByteArray *reply, int length)
+{
+    const int replyLen = PLC_driver.lst_Protocol.at(0).replyLen;
+    if (length == 0 && replyLen != 0)
+        return GetDriverReturnValue(ReasonLocalNoReply);
+    if (length != replyLen && replyLen != -1)
+        return GetDriverReturnValue(ReasonLocalWrongLength);
+    switch (CheckGetData(reply, length)) {
+    case 1: {
+        QMutexLocker locker(&PLC_driver.mutexArea);
+        SaveToLocalDataErea(reply);
+        return GetDriverReturnValue(ReasonGood);
+    }
+    case 2:
+        return GetDriverReturnValue(ReasonGood);
+    default:
+        return GetDriverReturnValue(ReasonLocalBadReply);
+    }
+}
+
+int DealDataOfRemoteArea(QByteArray *reply, int length)
+{
+    const Protocol &request = PLC_driver.lst_Protocol.at(0);
+    if (length == 0 && request.replyLen != 0)
+        return GetDriverReturnValue(ReasonRemoteNoReply);
+    if (length != request.replyLen && request.replyLen != -1)
+        return GetDriverReturnValue(ReasonRemoteWrongLength);
+    if (CheckGetData(reply, length) == 0)
+        return GetDriverReturnValue(ReasonRemoteBadReply);
+    if (request.var.extra1 != kStoreReply)
+        return GetDriverReturnValue(ReasonRemoteGood);
+    SaveToLocalDataErea(reply); // without mutexArea: this path never takes it
+    return GetDriverReturnValue(PLC_driver.comInfo->framesDone == 1 ? ReasonRemoteGood : ReasonGood);
+}
+
+namespace
+{
+
+void setCommFail(quint8 failed)
+{
+    __atomic_store_n(&PLC_driver.bCommFail, failed, __ATOMIC_RELAXED); // SetRegisterData reads it on other threads
+}
+
+/// Every request that ends well on the local link counts towards the cycle, whatever its kind.
+void countTowardsCycle()
+{
+    if (PLC_driver.comInfo->cycleDone != 0)
+        return;
+    ++PLC_driver.pollReplyCount;
+    if (PLC_driver.pollReplyCount > countOf(PLC_driver.lst_PollingReadVar)) {
+        PLC_driver.pollReplyCount = 0;
+        PLC_driver.comInfo->cycleDone = 1;
+    }
+}
+
+/// Takes the first entry of a pending list; the result record gets its fields.
+template <typename Index> void finishHead(Index &index, QList<RW_VAR> &list)
+{
+    if (list.isEmpty())
+        return;
+    passRetValue(list.at(0), PLC_driver.retVar);
+    typename Index::Change change(index, list);
+    change.removeFirst();
+}
+
+/// Tells the host that the one-shot read at the head has ended; a success only when the requester waits for no more.
+void tellReadFinished()
+{
+    const QList<RW_VAR> &list = PLC_driver.lst_OnceReadVar;
+    if (list.isEmpty())
+        return;
+    const qint32 ownerId = list.at(0).ownerId;
+    const qint32 ownerTag = list.at(0).ownerTag;
+    const qint32 hostHandle = PLC_driver.comInfo->hostHandle;
+    if (PLC_driver.bCommFail) {
+        PLC_driver.pfnReadFinish(hostHandle, ownerId, ownerTag, kReadFailed);
+        return;
+    }
+    for (int i = 1; i < countOf(list); ++i)
+        if (list.at(i).ownerId == ownerId && list.at(i).ownerTag == ownerTag)
+            return;
+    PLC_driver.pfnReadFinish(hostHandle, ownerId, ownerTag, kReadSucceeded);
+}
+
+/// Moves the first \a entries entries of the polling list to its end.
+void turnPollingList(int entries)
+{
+    QList<RW_VAR> &list = PLC_driver.lst_PollingReadVar;
+    for (int left = entries % countOf(list); left > 0; --left)
+        list.move(0, list.size() - 1);
+}
+
+void finishPolling()
+{
+    QList<RW_VAR> &list = PLC_driver.lst_PollingReadVar;
+    if (list.isEmpty())
+        return;
+    passRetValue(list.at(0), PLC_driver.retVar);
+    if (qmap_length > 0)
+        turnPollingList(qmap_length);
+}
+
+void endRequest(bool remote)
+{
+    switch (PLC_driver.curReqKind) {
+    case RequestWrite:
+        finishHead(writeIndex, PLC_driver.lst_WriteVar);
+        break;
+    case RequestOnceRead:
+        if (!remote)
+            tellReadFinished();
+        finishHead(onceReadIndex, PLC_driver.lst_OnceReadVar);
+        break;
+    case RequestPolling:
+        finishPolling();
+        break;
+    default:
+        break;
+    }
+}
+
+template <typename Drop> void dropIf(QList<RW_VAR> &list, Drop drop)
+{
+    QList<RW_VAR> kept;
+    for (int i = 0; i < countOf(list); ++i)
+        if (!drop(list.at(i)))
+            kept.append(list.at(i));
+    if (kept.size() != list.size())
+        list = kept;
+}
+
+/// After an abandoned request: drops what waits and would fail the same way. The polling list is never touched.
+void dropDoomed()
+{
+    const RW_VAR &ended = PLC_driver.retVar;
+    const bool stations = PLC_driver.comInfo->multiStation != 0;
+    onceReadIndex.forget();
+    writeIndex.forget();
+    dropIf(PLC_driver.lst_OnceReadVar, [&ended, stations](const RW_VAR &var) {
+        return var.ownerId == ended.ownerId && var.ownerTag == ended.ownerTag &&
+               (!stations || var.station == ended.station);
+    });
+    if (stations)
+        dropIf(PLC_driver.lst_WriteVar, [&ended](const RW_VAR &var) { return var.station == ended.station; });
+    else
+        PLC_driver.lst_WriteVar.clear();
+}
+
+const RW_VAR *reportUnderLock(int code)
+{
+    QMutexLocker locker(&PLC_driver.mutexList);
+    PLC_driver.retVar.result = code;
+    return &PLC_driver.retVar;
+}
+
+/// Counts a failed reply.
+/// \return whether the request has had its last try and is abandoned; its frames are then gone
+bool countFailure()
+{
+    ComInfo &info = *PLC_driver.comInfo;
+    setCommFail(1);
+    PLC_driver.pollReplyCount = 0;
+    info.cycleDone = 0;
+    const qint64 failures = qint64(info.retryCount) + 1;
+    if (failures <= info.retryLimit) {
+        info.retryCount = int(failures);
+        return false;
+    }
+    info.retryCount = 0;
+    PLC_driver.lst_Protocol.clear();
+    return true;
+}
+
+} // namespace
+
+const RW_VAR *DataCom(QByteArray *reply, int length)
+{
+    PLC_driver.retVar.result = kCodeGood;
+    if (PLC_driver.lst_Protocol.isEmpty())
+        return &PLC_driver.retVar;
+    ComInfo &info = *PLC_driver.comInfo;
+    const bool remote = PLC_driver.lst_Protocol.at(0).var.linkNo != info.linkNo;
+    const int code = remote ? DealDataOfRemoteArea(reply, length) : DealDataOfLocalArea(reply, length);
+    if (code == kCodeGood || code == kCodeRemoteGood) {
+        setCommFail(0);
+        PLC_driver.lst_Protocol.removeFirst();
+        info.framesDone = qint32(quint32(info.framesDone) + 1u); // the host's memory: may hold any value
+        if (info.framesDone < info.framesTotal)
+            return reportUnderLock(code); // the request has more frames
+        if (!remote)
+            countTowardsCycle();
+    } else if (!countFailure()) {
+        return reportUnderLock(0); // the same frame goes out again
+    }
+
+    QMutexLocker locker(&PLC_driver.mutexList);
+    endRequest(remote);
+    if (PLC_driver.bCommFail) {
+        QList<RW_VAR> none;
+        PLC_driver.pfnCommError(&none, PLC_driver.retVar.ownerId, kAbandoned);
+        dropDoomed();
+    }
+    PLC_driver.retVar.result = code;
+    return &PLC_driver.retVar;
+}
