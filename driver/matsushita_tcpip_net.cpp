@@ -389,7 +389,7 @@ void endRequest(bool remote)
     }
 }
 
-template <typename Drop> void dropIf(QList<RW_VAR> &list, Drop drop)
+void dropIf(QList<RW_VAR> &list, bool (*drop)(const RW_VAR &))
 {
     QList<RW_VAR> kept;
     for (int i = 0; i < countOf(list); ++i)
@@ -399,21 +399,33 @@ template <typename Drop> void dropIf(QList<RW_VAR> &list, Drop drop)
         list = kept;
 }
 
+bool ofEndedStation(const RW_VAR &var)
+{
+    return var.station == PLC_driver.retVar.station;
+}
+
+bool ofEndedRequester(const RW_VAR &var)
+{
+    return var.ownerId == PLC_driver.retVar.ownerId && var.ownerTag == PLC_driver.retVar.ownerTag;
+}
+
+bool ofEndedRequesterAndStation(const RW_VAR &var)
+{
+    return ofEndedRequester(var) && ofEndedStation(var);
+}
+
 /// After an abandoned request: drops what waits and would fail the same way. The polling list is never touched.
 void dropDoomed()
 {
-    const RW_VAR &ended = PLC_driver.retVar;
-    const bool stations = PLC_driver.comInfo->multiStation != 0;
     onceReadIndex.forget();
     writeIndex.forget();
-    dropIf(PLC_driver.lst_OnceReadVar, [&ended, stations](const RW_VAR &var) {
-        return var.ownerId == ended.ownerId && var.ownerTag == ended.ownerTag &&
-               (!stations || var.station == ended.station);
-    });
-    if (stations)
-        dropIf(PLC_driver.lst_WriteVar, [&ended](const RW_VAR &var) { return var.station == ended.station; });
-    else
+    if (PLC_driver.comInfo->multiStation != 0) {
+        dropIf(PLC_driver.lst_OnceReadVar, ofEndedRequesterAndStation);
+        dropIf(PLC_driver.lst_WriteVar, ofEndedStation);
+    } else {
+        dropIf(PLC_driver.lst_OnceReadVar, ofEndedRequester);
         PLC_driver.lst_WriteVar.clear();
+    }
 }
 
 const RW_VAR *reportUnderLock(int code)

@@ -206,7 +206,7 @@ struct PendingBlock {
     qint64 length;
 
     /// Appends the words from start on, \a words long, to the polling list, unless they lie outside the area.
-    void emit(const RW_VAR &examined, qint64 words) const
+    void emitBlock(const RW_VAR &examined, qint64 words) const
     {
         if (words < 1 || start >= areaWords(examined.areaKind) || start + words <= 0)
             return;
@@ -227,7 +227,7 @@ struct PendingBlock {
         if (start < 0)
             start += qMin(whole, -start / maxLen) * maxLen;
         for (; start < end && start < areaWords(examined.areaKind); start += maxLen)
-            emit(examined, maxLen);
+            emitBlock(examined, maxLen);
         start = end;
         length = rest;
     }
@@ -244,7 +244,7 @@ void WordVarReCreatBuild(QList<RW_VAR> *group, int maxLen)
     for (int i = 1; i < countOf(*group); ++i) {
         const RW_VAR &entry = group->at(i);
         if (entry.address > pending.start + pending.length + kBridgedGap) {
-            pending.emit(entry, pending.length);
+            pending.emitBlock(entry, pending.length);
             pending.start = entry.address;
             pending.length = entry.count;
         } else {
@@ -253,7 +253,7 @@ void WordVarReCreatBuild(QList<RW_VAR> *group, int maxLen)
         }
         pending.cut(entry, maxLen);
     }
-    pending.emit(group->at(group->size() - 1), pending.length);
+    pending.emitBlock(group->at(group->size() - 1), pending.length);
 }
 
 void sort_lst_PollingReadVar()
