@@ -12,6 +12,8 @@
 namespace plcsim
 {
 
+constexpr qint64 kLongestPeriodMs = 1000000000000; // some thirty years
+
 /// One moving word, or one toggling bit. Time counts from the moment at which the movement is added.
 ///
 /// A value is written when it differs from the one that the movement wrote last, so a word that somebody else wrote
@@ -28,7 +30,7 @@ struct Movement {
     Shape shape = Shape::Ramp;
     Area area = Area::DT;
     int number = 0;         // word number; for Toggle a bit number: word x 16 + bit
-    qint64 periodMs = 1000; // at least 1
+    qint64 periodMs = 1000; // 1 to kLongestPeriodMs
     quint16 low = 0;        // not above high
     quint16 high = 65535;
     quint32 seed = 1; // Random only

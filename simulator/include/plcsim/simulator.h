@@ -67,13 +67,16 @@ public:
     QByteArray answer(const QByteArray &request);
 
     /// Answers one request that came while another was still being answered: error 43 from a station that is there,
-    /// "%01!4346\r", and nothing is executed. Empty where answer() would be.
+    /// "%01!4302\r", and nothing is executed. Empty where answer() would be.
     QByteArray answerTooSoon(const QByteArray &request);
 
     /// Answers one binary record with a reply in text form: the 24 bytes of a write to DT100 get "%01$WD13\r".
     /// \param record  one whole record: 22 bytes for a read, 22 + value bytes for a write; see recordLength()
     /// Empty for a broadcast (station byte 255), for a station that is not there, and for fewer than 22 bytes.
     QByteArray answerRemote(const QByteArray &record);
+
+    /// The same for a binary record: "%01!4302\\r".
+    QByteArray answerRemoteTooSoon(const QByteArray &record);
 
     /// The word's value; nothing when there is no such station or the area has no such word.
     std::optional<quint16> word(const QByteArray &destination, Area area, int number) const;
@@ -138,5 +141,8 @@ private:
 ///    otherwise of as many as the length byte says.
 /// \param start  the bytes received so far, from the record's first byte on; 22 are always enough
 std::optional<int> recordLength(const QByteArray &start);
+
+/// True when the last byte of a whole record is the sum of all bytes before it, modulo 256.
+bool recordSumFits(const QByteArray &record);
 
 } // namespace plcsim
