@@ -80,10 +80,42 @@ RW_VAR *headOf(const QList<RW_VAR> &list)
     return const_cast<RW_VAR *>(&list.at(0));
 }
 
+/// Fills qmap_list anew. What it holds from the request before is overwritten rather than freed and made again; until
+/// close() the entries behind size() are left-overs.
+class GroupList
+{
+public:
+    GroupList() : m_size(0) {}
+
+    int size() const { return m_size; }
+    const RW_VAR &first() const { return qmap_list.at(0); }
+
+    /// Appends a copy of \a entry.
+    /// \return the copy, valid until the next one is appended
+    RW_VAR &append(const RW_VAR &entry)
+    {
+        if (m_size < countOf(qmap_list))
+            qmap_list[m_size] = entry;
+        else
+            qmap_list.append(entry);
+        return qmap_list[m_size++];
+    }
+
+    void close()
+    {
+        while (countOf(qmap_list) > m_size)
+            qmap_list.removeAt(countOf(qmap_list) - 1);
+    }
+
+private:
+    int m_size;
+};
+
 void serveWrite()
 {
     QList<RW_VAR> &list = PLC_driver.lst_WriteVar;
     PLC_driver.curReqKind = RequestWrite;
+    GroupList().close();
     dropSwitchedOff(writeIndex, list);
     if (list.isEmpty())
         return;
@@ -98,11 +130,15 @@ void serveOnceRead()
 {
     QList<RW_VAR> &list = PLC_driver.lst_OnceReadVar;
     PLC_driver.curReqKind = RequestOnceRead;
+    GroupList group;
     dropSwitchedOff(onceReadIndex, list);
+    if (!list.isEmpty()) {
+        qmap_length = 1;
+        group.append(list.at(0));
+    }
+    group.close();
     if (list.isEmpty())
         return;
-    qmap_length = 1;
-    qmap_list.append(list.at(0));
     if (PLC_driver.comInfo->remoteMode != 0)
         Remote_ReadVar(headOf(list));
     else
@@ -110,57 +146,72 @@ void serveOnceRead()
     ++PLC_driver.onceReadCount;
 }
 
-/// A polling entry that is read by itself consumes one entry, whatever was passed over before it.
-void takeAlone(const RW_VAR &entry)
-{
-    qmap_length = 1;
-    qmap_list.append(entry);
-}
-
 /// Appends the words of \a entry to the group one by one; words outside the area cannot be read.
-void takeWords(const RW_VAR &entry)
+void takeWords(GroupList &group, const RW_VAR &entry)
 {
     const RunInside inside = insideArea(entry.address, entry.count, areaWords(entry.areaKind));
     for (int i = inside.first; i < inside.end; ++i) {
-        qmap_list.append(entry);
-        RW_VAR &word = qmap_list[qmap_list.size() - 1];
+        RW_VAR &word = group.append(entry);
         word.address = entry.address + i;
         word.count = 1;
     }
 }
 
 /// Whether the group ends before \a next, the polling entry behind the one just taken.
-bool endsBefore(const RW_VAR &next)
+bool endsBefore(const GroupList &group, const RW_VAR &next)
 {
-    if (next.count > kLongestGrouped || next.count + countOf(qmap_list) > kMostGrouped)
+    if (next.count > kLongestGrouped || next.count + group.size() > kMostGrouped)
         return true;
-    return !qmap_list.isEmpty() && next.station != qmap_list.at(0).station;
+    return group.size() > 0 && next.station != group.first().station;
 }
 
-/// Gathers what the next polling read serves from the head of the polling list into qmap_list. qmap_length is the entry
-/// under examination and, at the end, the number of entries consumed.
-void gatherPollingGroup()
+/// The station check of one gathering: entries of one station follow each other, so the last answer mostly serves
+/// again.
+class StationCheck
+{
+public:
+    StationCheck() : m_known(false), m_station(0), m_off(false) {}
+
+    bool isOff(int station)
+    {
+        if (!m_known || station != m_station) {
+            m_known = true;
+            m_station = station;
+            m_off = Ethernetcontains(station) != 0;
+        }
+        return m_off;
+    }
+
+private:
+    bool m_known;
+    int m_station;
+    bool m_off;
+};
+
+/// Gathers what the next polling read serves from the head of the polling list. qmap_length is the entry under
+/// examination and, at the end, the number of entries consumed.
+void gatherPollingGroup(GroupList &group)
 {
     const QList<RW_VAR> &polling = PLC_driver.lst_PollingReadVar;
     const int entries = countOf(polling);
+    StationCheck stations;
     while (qmap_length < entries) {
         const RW_VAR &entry = polling.at(qmap_length);
         // Kind and length are looked at before the station, so a bit entry or a long one at the head is read even when
         // its station is switched off.
-        if (!isWordKind(entry.areaKind)) {
-            if (qmap_list.isEmpty())
-                takeAlone(entry);
+        const bool alone = !isWordKind(entry.areaKind);
+        if (alone && group.size() > 0)
             return;
-        }
-        if (qmap_list.isEmpty() && entry.count > kLongestGrouped) {
-            takeAlone(entry);
+        if (alone || (group.size() == 0 && entry.count > kLongestGrouped)) {
+            qmap_length = 1; // one entry consumed, whatever was passed over before it
+            group.append(entry);
             return;
         }
         ++qmap_length;
-        if (Ethernetcontains(entry.station))
+        if (stations.isOff(entry.station))
             continue; // and the entry behind it joins the group unexamined
-        takeWords(entry);
-        if (qmap_length < entries && endsBefore(polling.at(qmap_length)))
+        takeWords(group, entry);
+        if (qmap_length < entries && endsBefore(group, polling.at(qmap_length)))
             return;
     }
 }
@@ -173,18 +224,22 @@ void reopenRuns()
 
 void servePolling()
 {
+    GroupList group;
     if (PLC_driver.lst_PollingReadVar.isEmpty()) {
+        group.close();
         reopenRuns();
         PLC_driver.comInfo->cycleDone = 1;
         return;
     }
     PLC_driver.curReqKind = RequestPolling;
     if (PLC_driver.comInfo->remoteMode != 0) {
+        group.close();
         qmap_length = 1;
         Remote_ReadVar(headOf(PLC_driver.lst_PollingReadVar));
     } else {
-        gatherPollingGroup();
-        if (qmap_list.isEmpty())
+        gatherPollingGroup(group);
+        group.close();
+        if (group.size() == 0)
             return; // every entry examined is switched off
         ReadRegister();
     }
@@ -194,7 +249,6 @@ void servePolling()
 void chooseWork()
 {
     qmap_length = 0;
-    qmap_list.clear();
     if (!PLC_driver.lst_WriteVar.isEmpty() && PLC_driver.writeCount < kMostInARow)
         serveWrite();
     else if (!PLC_driver.lst_OnceReadVar.isEmpty() && PLC_driver.onceReadCount < kMostInARow)

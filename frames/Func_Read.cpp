@@ -25,11 +25,56 @@ static void writeRange(FrameWriter &frame, const RW_VAR &var, int digits)
     frame.decimal(qint64(var.address) + var.count - 1, digits);
 }
 
-static void queueRead(const FrameWriter &frame, const RW_VAR &var)
+/// Queues a read of one variable with a frame of \a size bytes; the caller writes the frame.
+static Protocol &queueRead(int size, const RW_VAR &var)
 {
     const int dataLen = charsOfWords(var.count);
-    queueFrame(frame.frame(), dataLen + kAcknowledge, kReplyHead, dataLen, var);
     announceFrames(1);
+    return queueRequest(size, dataLen + kAcknowledge, kReplyHead, dataLen, var);
+}
+
+// The builders take their variable by value; a request that comes from qmap_list need not be copied for that.
+
+static void readContacts(const RW_VAR &var)
+{
+    enum { kSize = 19 };
+    FrameWriter frame(queueRead(kSize, var).frame, kSize, var.station, "RCC");
+    frame.letter(letterWithin(var.areaKind, KindX, KindWL));
+    writeRange(frame, var, 4);
+    frame.closeUnchecked();
+}
+
+static void readRegisters(const RW_VAR &var)
+{
+    enum { kSize = 20 };
+    FrameWriter frame(queueRead(kSize, var).frame, kSize, var.station, "RD");
+    frame.letter(letterWithin(var.areaKind, KindDT, KindFL));
+    writeRange(frame, var, 5);
+    frame.closeUnchecked();
+}
+
+static void readTimerValues(const RW_VAR &var)
+{
+    enum { kSize = 17 };
+    FrameWriter frame(queueRead(kSize, var).frame, kSize, var.station, "R");
+    frame.letter(letterWithin(var.areaKind, KindSV, KindEV));
+    writeRange(frame, var, 4);
+    frame.closeChecked();
+}
+
+void ReadBoolRCC(RW_VAR var)
+{
+    readContacts(var);
+}
+
+void ReadAnalog(RW_VAR var)
+{
+    readRegisters(var);
+}
+
+void ReadTCSK(RW_VAR var)
+{
+    readTimerValues(var);
 }
 
 void ReadRegister()
@@ -45,42 +90,15 @@ void ReadRegister()
     case KindDT:
     case KindLD:
     case KindFL:
-        ReadAnalog(first);
+        readRegisters(first);
         break;
     case KindSV:
     case KindEV:
-        ReadTCSK(first);
+        readTimerValues(first);
         break;
     default:
-        ReadBoolRCC(first);
+        readContacts(first);
     }
-}
-
-void ReadBoolRCC(RW_VAR var)
-{
-    FrameWriter frame(19, var.station, "RCC");
-    frame.letter(letterWithin(var.areaKind, KindX, KindWL));
-    writeRange(frame, var, 4);
-    frame.closeUnchecked();
-    queueRead(frame, var);
-}
-
-void ReadAnalog(RW_VAR var)
-{
-    FrameWriter frame(20, var.station, "RD");
-    frame.letter(letterWithin(var.areaKind, KindDT, KindFL));
-    writeRange(frame, var, 5);
-    frame.closeUnchecked();
-    queueRead(frame, var);
-}
-
-void ReadTCSK(RW_VAR var)
-{
-    FrameWriter frame(17, var.station, "R");
-    frame.letter(letterWithin(var.areaKind, KindSV, KindEV));
-    writeRange(frame, var, 4);
-    frame.closeChecked();
-    queueRead(frame, var);
 }
 
 /// Characters that \a kind takes in a monitor registration; 0 where it cannot be registered.
@@ -91,12 +109,22 @@ static int registeredChars(int kind)
     return kind <= KindWL ? 7 : 6;
 }
 
-static QByteArray monitorRegistration(int station)
+/// The request that clears what is registered. Its reply, like that of the next one, brings no data.
+static void queueMonitorClear(const RW_VAR &var)
 {
-    int chars = 0;
+    Protocol &queued = queueRequest(kMonitorClearSize, kAcknowledge, 0, 0, var);
+    FrameWriter frame(queued.frame, kMonitorClearSize, var.station, "MD");
+    frame.text("FFFFFF");
+    frame.closeUnchecked();
+}
+
+/// The request that registers every entry of qmap_list that can be.
+static void queueMonitorRegistration(const RW_VAR &var)
+{
+    int size = kMonitorSize;
     for (int i = 0; i < countOf(qmap_list); ++i)
-        chars += registeredChars(qmap_list.at(i).areaKind);
-    FrameWriter frame(kMonitorSize + chars, station, "MD");
+        size += registeredChars(qmap_list.at(i).areaKind);
+    FrameWriter frame(queueRequest(size, kAcknowledge, 0, 0, var).frame, size, var.station, "MD");
     for (int i = 0; i < countOf(qmap_list); ++i) {
         const RW_VAR &entry = qmap_list.at(i);
         if (!isWordKind(entry.areaKind))
@@ -106,27 +134,23 @@ static QByteArray monitorRegistration(int station)
         frame.decimal(entry.address, row.registeredDigits);
     }
     frame.closeUnchecked();
-    return frame.frame();
+}
+
+static void queueMonitorExecution(const RW_VAR &var)
+{
+    const int dataLen = charsOfWords(qmap_list.size());
+    Protocol &queued = queueRequest(kMonitorSize, dataLen + kMonitorReply, kMonitorDataPos, dataLen, var);
+    FrameWriter(queued.frame, kMonitorSize, var.station, "MG").closeUnchecked();
 }
 
 void ReadWordMD(RW_VAR var)
 {
-    // The set-up frames bring no data; their replies are only checked. All three are marked, so that the store works
-    // entry by entry.
     const qint32 flagOfExecution = var.varFlag;
-    var.extra1 = kGroupedRead;
+    var.extra1 = kGroupedRead; // so that the store works entry by entry
     var.varFlag = 1;
-    FrameWriter clear(kMonitorClearSize, var.station, "MD");
-    clear.text("FFFFFF");
-    clear.closeUnchecked();
-    queueFrame(clear.frame(), kAcknowledge, 0, 0, var);
-
-    queueFrame(monitorRegistration(var.station), kAcknowledge, 0, 0, var);
-
+    queueMonitorClear(var);
+    queueMonitorRegistration(var);
     var.varFlag = flagOfExecution;
-    const int dataLen = charsOfWords(qmap_list.size());
-    FrameWriter execute(kMonitorSize, var.station, "MG");
-    execute.closeUnchecked();
-    queueFrame(execute.frame(), dataLen + kMonitorReply, kMonitorDataPos, dataLen, var);
+    queueMonitorExecution(var);
     announceFrames(3);
 }

@@ -52,7 +52,8 @@ static QByteArray remoteRecord(const RW_VAR &var, const QByteArray &value)
 
 void Remote_WriteVar(RW_VAR *var)
 {
-    queueFrame(remoteRecord(*var, var->data), kAcknowledge, 0, 0, *var);
+    const QByteArray record = remoteRecord(*var, var->data);
+    queueRequest(sizeOf(record), kAcknowledge, 0, 0, *var).frame = record;
     announceFrames(1);
     WriteDataToLocal(var);
 }
@@ -62,6 +63,7 @@ void Remote_ReadVar(RW_VAR *var)
     if (var->extra1 == kGroupedRead || var->extra1 == kNeverForwarded)
         return;
     const int dataLen = charsOfWords(var->count);
-    queueFrame(remoteRecord(*var, QByteArray()), dataLen + kAcknowledge, kReplyHead, dataLen, *var);
+    const QByteArray record = remoteRecord(*var, QByteArray());
+    queueRequest(sizeOf(record), dataLen + kAcknowledge, kReplyHead, dataLen, *var).frame = record;
     announceFrames(1);
 }

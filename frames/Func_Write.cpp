@@ -25,13 +25,12 @@ static void queueWordWrite(const WordCommand &command, const RW_VAR &var)
     const int codeChars = int(qstrlen(command.code)) + 1;
     const int size = kRequestHead + codeChars + 2 * command.digits + words * kCharsPerWord + kReplyTail;
 
-    FrameWriter frame(size, var.station, command.code);
+    FrameWriter frame(queueRequest(size, kAcknowledge, 0, 0, var).frame, size, var.station, command.code);
     frame.letter(letterWithin(var.areaKind, command.firstKind, command.lastKind));
     frame.decimal(var.address, command.digits);
     frame.decimal(qint64(var.address) + var.count - 1, command.digits);
     frame.words(var.data, words);
     frame.closeChecked();
-    queueFrame(frame.frame(), kAcknowledge, 0, 0, var);
     announceFrames(1);
 }
 
@@ -69,15 +68,16 @@ void WriteBool(RW_VAR *var)
 {
     if (var->data.isEmpty())
         return;
-    FrameWriter frame(16, var->station, "WCS");
+    enum { kSize = 16 };
+    Protocol &queued = queueRequest(kSize, kAcknowledge, 0, 0, *var);
+    queued.replyLen = kAcknowledge; // expected from the broadcast station too, unlike that of the word commands
+    FrameWriter frame(queued.frame, kSize, var->station, "WCS");
     frame.letter(letterWithin(var->areaKind, KindY, KindL));
     frame.decimal(var->address / kBitsPerWord, 3);
     frame.hexDigit(var->address % kBitsPerWord);
     const char value = var->data.at(0);
     frame.letter(value == 0 ? '0' : value == 1 ? '1' : '\0');
     frame.closeChecked();
-    // A contact write expects its acknowledgement from the broadcast station too.
-    queueFrame(frame.frame(), kAcknowledge, 0, 0, *var).replyLen = kAcknowledge;
     announceFrames(1);
 }
 

@@ -6,7 +6,27 @@
 
 #include <cstring>
 
-FrameWriter::FrameWriter(int size, int station, const char *code) : m_frame(size, '\0'), m_next(m_frame.data())
+/// "00" to "99", so that a number is written two digits at a time.
+static const char kPairs[] = "00010203040506070809"
+                             "10111213141516171819"
+                             "20212223242526272829"
+                             "30313233343536373839"
+                             "40414243444546474849"
+                             "50515253545556575859"
+                             "60616263646566676869"
+                             "70717273747576777879"
+                             "80818283848586878889"
+                             "90919293949596979899";
+
+/// The bytes of \a frame, \a size of them and all zero.
+static char *zeroBytes(QByteArray &frame, int size)
+{
+    frame = QByteArray(size, '\0');
+    return frame.data();
+}
+
+FrameWriter::FrameWriter(QByteArray &frame, int size, int station, const char *code)
+    : m_start(zeroBytes(frame, size)), m_next(m_start)
 {
     letter(kHeader);
     letter(station > 4 ? '1' : '0'); // not the tens digit: only whether the number is above 4
@@ -28,16 +48,20 @@ void FrameWriter::text(const char *chars)
 
 void FrameWriter::decimal(qint64 value, int digits)
 {
-    char *const field = m_next;
-    m_next += digits;
-    if (value >= 0 && value <= 0x7FFFFFFF) {
-        quint32 rest = quint32(value); // 32-bit divisions: the panels' processors have no 64-bit ones
-        for (int i = digits - 1; i >= 0; --i, rest /= 10)
-            field[i] = char('0' + rest % 10);
+    char *field = m_next + digits; // filled from its end
+    m_next = field;
+    if (value < 0 || value > 0x7FFFFFFF) {
+        for (; digits > 0; --digits, value /= 10)
+            *--field = char(DigitalToASCII(int(value % 10)));
         return;
     }
-    for (int i = digits - 1; i >= 0; --i, value /= 10)
-        field[i] = char(DigitalToASCII(int(value % 10)));
+    quint32 rest = quint32(value); // 32-bit divisions: the panels' processors have no 64-bit ones
+    for (; digits >= 2; digits -= 2, rest /= 100) {
+        field -= 2;
+        std::memcpy(field, kPairs + 2 * (rest % 100), 2);
+    }
+    if (digits == 1)
+        *--field = char('0' + rest % 10);
 }
 
 void FrameWriter::words(const QByteArray &data, int count)
@@ -61,9 +85,9 @@ void FrameWriter::closeUnchecked()
 
 void FrameWriter::closeChecked()
 {
-    unsigned char *next = reinterpret_cast<unsigned char *>(m_frame.data());
+    unsigned char *next = reinterpret_cast<unsigned char *>(m_start);
     unsigned int check = 0;
-    for (int left = int(m_next - m_frame.constData()), part; left > 0; left -= part, next += part) {
+    for (int left = int(m_next - m_start), part; left > 0; left -= part, next += part) {
         part = qMin(left, 0xFFFF); // what CalXOR counts in one call
         check ^= CalXOR(next, static_cast<unsigned short>(part));
     }
@@ -72,14 +96,14 @@ void FrameWriter::closeChecked()
     letter(kTerminator);
 }
 
-Protocol &queueFrame(const QByteArray &frame, int replyLen, int dataPos, int dataLen, const RW_VAR &var)
+Protocol &queueRequest(int frameLen, int replyLen, int dataPos, int dataLen, const RW_VAR &var)
 {
+    static const Protocol empty;
     QList<Protocol> &queue = PLC_driver.lst_Protocol;
-    queue.append(Protocol());
+    queue.append(empty);
     Protocol &queued = queue[queue.size() - 1];
     const bool answered = var.station != kBroadcastStation;
-    queued.frame = frame;
-    queued.frameLen = sizeOf(frame);
+    queued.frameLen = frameLen;
     queued.replyLen = answered ? replyLen : 0;
     queued.dataPos = answered ? dataPos : 0;
     queued.dataLen = answered ? dataLen : 0;

@@ -38,7 +38,7 @@ inline int charsOfWords(qint64 words)
 ///
 /// Example, the request "%01#RDD0010000115**" and CR:
 ///
-///     FrameWriter frame(20, 1, "RD");
+///     FrameWriter frame(queued.frame, 20, 1, "RD");
 ///     frame.letter('D');
 ///     frame.decimal(100, 5);
 ///     frame.decimal(115, 5);
@@ -46,8 +46,8 @@ inline int charsOfWords(qint64 words)
 class FrameWriter
 {
 public:
-    /// A frame of \a size bytes that opens with header, destination of \a station, command mark and \a code.
-    FrameWriter(int size, int station, const char *code);
+    /// Makes \a frame \a size bytes long and opens it with header, destination of \a station, command mark and \a code.
+    FrameWriter(QByteArray &frame, int size, int station, const char *code);
 
     void letter(char c) { *m_next++ = c; }
     void hexDigit(int digit);
@@ -64,17 +64,15 @@ public:
     void closeUnchecked(); ///< "**" in place of the check code, CR
     void closeChecked();   ///< check code over everything so far, CR
 
-    const QByteArray &frame() const { return m_frame; }
-
 private:
-    QByteArray m_frame;
+    char *const m_start;
     char *m_next;
 };
 
-/// Appends a request to the frame queue and fills it in: the frame, the reply that it expects, a copy of \a var.
+/// Appends a request to the frame queue: the reply that it expects and a copy of \a var; its frame is still empty.
 /// For the broadcast station replyLen, dataPos and dataLen are 0.
-/// \return the queued record, the last one of lst_Protocol
-Protocol &queueFrame(const QByteArray &frame, int replyLen, int dataPos, int dataLen, const RW_VAR &var);
+/// \return the queued record, for queueing's caller to write the frame into; valid until the next one is queued
+Protocol &queueRequest(int frameLen, int replyLen, int dataPos, int dataLen, const RW_VAR &var);
 
 /// Tells the host's settings that the request just queued has \a frames frames, none of them answered.
 void announceFrames(int frames);
