@@ -52,7 +52,8 @@ public:
     class Change
     {
     public:
-        Change(ListIndex &index, List &list) : m_index(index), m_list(list), m_current(index.isCurrent(list))
+        Change(ListIndex &index, List &list)
+            : m_index(index), m_list(list), m_current(index.isCurrent(list)), m_found(-1)
         {
             m_index.m_shared = List(); // from here on the list is alone and changes in place
         }
@@ -71,7 +72,14 @@ public:
                 m_index.rebuild(m_list);
                 m_current = true;
             }
-            return m_index.find(key, from);
+            // Neighbours in a run of elements mostly became neighbours in the list.
+            const int guess = m_found + 1;
+            if (guess >= from && guess < countOf(m_list) && m_index.isFirst(guess) &&
+                KeyOf::of(m_list.at(guess)) == key)
+                m_found = guess;
+            else
+                m_found = m_index.find(key, from);
+            return m_found;
         }
 
         void append(const Entry &entry)
@@ -108,6 +116,7 @@ public:
         ListIndex &m_index;
         List &m_list;
         bool m_current; ///< the index knows the list as it is now
+        int m_found;    ///< what the last search answered
     };
 
     /// Lets go of the list: the driver is about to change it in a way that the index does not follow.
@@ -122,6 +131,11 @@ private:
         qint64 last;  ///< and of the last
     };
 
+    struct Link {
+        qint64 next; ///< position of the next entry with the same key, -1 for none
+        bool first;  ///< no entry before it has the key
+    };
+
     bool isCurrent(const List &list) const
     {
         return !m_shared.isEmpty() && m_shared.size() == list.size() && &m_shared.at(0) == &list.at(0);
@@ -130,7 +144,7 @@ private:
     void rebuild(const List &list)
     {
         m_same.clear();
-        m_next.clear();
+        m_links.clear();
         m_removed = 0;
         m_same.reserve(std::size_t(list.size()));
         for (int i = 0; i < countOf(list); ++i)
@@ -139,26 +153,32 @@ private:
 
     void add(const Key &key)
     {
-        const qint64 position = m_removed + qint64(m_next.size());
+        const qint64 position = m_removed + qint64(m_links.size());
         const Same alone = {position, position};
         const std::pair<typename SameMap::iterator, bool> placed = m_same.insert(std::make_pair(key, alone));
         if (!placed.second) {
-            m_next[std::size_t(placed.first->second.last - m_removed)] = position;
+            linkAt(placed.first->second.last).next = position;
             placed.first->second.last = position;
         }
-        m_next.push_back(-1);
+        const Link link = {-1, placed.second};
+        m_links.push_back(link);
     }
 
     void dropFirst(const Key &key)
     {
         const typename SameMap::iterator same = m_same.find(key);
-        if (m_next.front() < 0)
+        const qint64 next = m_links.front().next;
+        if (next < 0) {
             m_same.erase(same);
-        else
-            same->second.first = m_next.front();
-        m_next.pop_front();
+        } else {
+            same->second.first = next;
+            linkAt(next).first = true;
+        }
+        m_links.pop_front();
         ++m_removed;
     }
+
+    bool isFirst(int index) const { return m_links[std::size_t(index)].first; }
 
     int find(const Key &key, int from) const
     {
@@ -167,16 +187,18 @@ private:
             return -1;
         qint64 position = same->second.first;
         if (position - m_removed < from)
-            position = m_next[0];
+            position = m_links.front().next;
         return position < 0 ? -1 : int(position - m_removed);
     }
 
+    Link &linkAt(qint64 position) { return m_links[std::size_t(position - m_removed)]; }
+
     typedef std::unordered_map<Key, Same, typename Key::Hash> SameMap;
 
-    List m_shared;             ///< shares the data of the list as the index knows it; empty: knows nothing
-    SameMap m_same;            ///< where each key stands
-    std::deque<qint64> m_next; ///< per entry: position of the next one with the same key, -1 for none
-    qint64 m_removed = 0;      ///< entries taken from the front since the index was built
+    List m_shared;            ///< shares the data of the list as the index knows it; empty: knows nothing
+    SameMap m_same;           ///< where each key stands
+    std::deque<Link> m_links; ///< one per entry of the list
+    qint64 m_removed = 0;     ///< entries taken from the front since the index was built
 };
 
 #endif

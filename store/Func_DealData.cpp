@@ -16,26 +16,56 @@
 namespace
 {
 
-// The low four bits of ASCIIToDigital for every byte: 0 below '0' and for '@', then the digits, then counting on.
-#define FROM_9 9, 10, 11, 12, 13, 14, 15, 0, 1, 2, 3, 4, 5, 6, 7, 8
-#define ALL_0 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0
-const quint8 kDigit[256] = {
-    ALL_0,  ALL_0,  ALL_0,                                          // control characters, ' ' to '/'
-    0,      1,      2,      3,      4,      5,      6,      7,      // '0' to '7'
-    8,      9,      10,     11,     12,     13,     14,     15,     // '8' to '?'
-    0,      10,     11,     12,     13,     14,     15,     0,      // '@', 'A' to 'G'
-    1,      2,      3,      4,      5,      6,      7,      8,      // 'H' to 'O'
-    FROM_9, FROM_9, FROM_9, FROM_9, FROM_9, FROM_9, FROM_9, FROM_9, // 'P' to 0xCF
-    FROM_9, FROM_9, FROM_9                                          // to 0xFF
-};
-#undef FROM_9
-#undef ALL_0
+/// The low four bits of ASCIIToDigital.
+constexpr quint8 digitOf(int ch)
+{
+    return quint8((ch < '0' || ch == '@' ? 0 : ch <= '?' ? ch - '0' : ch - ('A' - 10)) & 15);
+}
+
+constexpr quint8 highDigitOf(int ch)
+{
+    return quint8(digitOf(ch) << 4);
+}
+
+// clang-format off
+#define ROW(f, c) f(c), f(c + 1), f(c + 2), f(c + 3), f(c + 4), f(c + 5), f(c + 6), f(c + 7), \
+                  f(c + 8), f(c + 9), f(c + 10), f(c + 11), f(c + 12), f(c + 13), f(c + 14), f(c + 15)
+#define EVERY_BYTE(f) ROW(f, 0x00), ROW(f, 0x10), ROW(f, 0x20), ROW(f, 0x30), ROW(f, 0x40), ROW(f, 0x50), \
+                      ROW(f, 0x60), ROW(f, 0x70), ROW(f, 0x80), ROW(f, 0x90), ROW(f, 0xA0), ROW(f, 0xB0), \
+                      ROW(f, 0xC0), ROW(f, 0xD0), ROW(f, 0xE0), ROW(f, 0xF0)
+// clang-format on
+const quint8 kDigit[256] = {EVERY_BYTE(digitOf)};
+const quint8 kHighDigit[256] = {EVERY_BYTE(highDigitOf)};
+#undef ROW
+#undef EVERY_BYTE
+
+quint8 decodeByte(const unsigned char *chars)
+{
+    return quint8(kHighDigit[chars[0]] | kDigit[chars[1]]);
+}
 
 /// The word that four data characters stand for: "3412" is 0x1234.
 quint16 decodeWord(const char *chars)
 {
     const unsigned char *c = reinterpret_cast<const unsigned char *>(chars);
-    return quint16(kDigit[c[2]] << 12 | kDigit[c[3]] << 8 | kDigit[c[0]] << 4 | kDigit[c[1]]);
+    return quint16(decodeByte(c + 2) << 8 | decodeByte(c));
+}
+
+/// Decodes \a count words into \a out.
+void decodeWords(const char *chars, int count, quint16 *out)
+{
+#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+    // Low byte first is the processor's own order: the reply is the memory, in hexadecimal.
+    const unsigned char *c = reinterpret_cast<const unsigned char *>(chars);
+    quint8 *bytes = reinterpret_cast<quint8 *>(out);
+    for (quint8 *const end = bytes + 2 * count; bytes != end; bytes += 2, c += kCharsPerWord) {
+        bytes[0] = decodeByte(c);
+        bytes[1] = decodeByte(c + 2);
+    }
+#else
+    for (int i = 0; i < count; ++i)
+        out[i] = decodeWord(chars + i * kCharsPerWord);
+#endif
 }
 
 /// The data characters of a reply, as the request being answered says where they are.
@@ -59,8 +89,9 @@ struct ReplyWords {
 void storeRun(const ReplyWords &words, int address, quint16 *area, int size)
 {
     const RunInside inside = insideArea(address, words.there, size);
-    for (int i = inside.first; i < inside.end; ++i)
-        area[address + i] = words.at(i);
+    if (inside.first < inside.end)
+        decodeWords(words.first + inside.first * kCharsPerWord, inside.end - inside.first,
+                    area + address + inside.first);
 }
 
 /// Gives cell (station, kind, word) the word \a i of a reply, or an empty value where the reply ends before it.

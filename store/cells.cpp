@@ -25,7 +25,8 @@ int CellAccess::find(int station, int kind, int word)
 void CellAccess::store(int station, int kind, int word, quint16 content)
 {
     QByteArray &held = changeable(station, kind, word);
-    held.resize(2);
+    if (sizeOf(held) != 2)
+        held.resize(2);
     char *bytes = held.data();
     bytes[0] = char(content & 0xFF);
     bytes[1] = char(content >> 8);
