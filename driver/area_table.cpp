@@ -3,53 +3,25 @@
 #include "area_table.h"
 
 // clang-format off
-static const AreaRow kAreas[] = {
-    // letter  registered  digits  words     first word
-    {  'X',    nullptr,    0,      kWordsWX, PLC_driver.localWX },
-    {  'Y',    nullptr,    0,      kWordsWY, PLC_driver.localWY },
-    {  'R',    nullptr,    0,      kWordsWR, PLC_driver.localWR },
-    {  'L',    nullptr,    0,      kWordsWL, PLC_driver.localWL },
-    {  'T',    nullptr,    0,      kWordsT,  PLC_driver.localT  },
-    {  'C',    nullptr,    0,      kWordsC,  PLC_driver.localC  },
-    {  'X',    "WX0",      4,      kWordsWX, PLC_driver.localWX },
-    {  'Y',    "WY0",      4,      kWordsWY, PLC_driver.localWY },
-    {  'R',    "WR0",      4,      kWordsWR, PLC_driver.localWR },
-    {  'L',    "WL0",      4,      kWordsWL, PLC_driver.localWL },
-    {  'D',    "D",        5,      kWordsDT, PLC_driver.localDT },
-    {  'L',    "L",        5,      kWordsLD, PLC_driver.localLD },
-    {  'F',    "F",        5,      kWordsFL, PLC_driver.localFL },
-    {  'S',    "S",        5,      kWordsSV, PLC_driver.localSV },
-    {  'K',    "K",        5,      kWordsEV, PLC_driver.localEV },
+const AreaRow kAreas[KindEV + 1] = {
+    // letter  registered  words     first word
+    {  'X',    nullptr,    kWordsWX, PLC_driver.localWX },
+    {  'Y',    nullptr,    kWordsWY, PLC_driver.localWY },
+    {  'R',    nullptr,    kWordsWR, PLC_driver.localWR },
+    {  'L',    nullptr,    kWordsWL, PLC_driver.localWL },
+    {  'T',    nullptr,    kWordsT,  PLC_driver.localT  },
+    {  'C',    nullptr,    kWordsC,  PLC_driver.localC  },
+    {  'X',    "WX0",      kWordsWX, PLC_driver.localWX },
+    {  'Y',    "WY0",      kWordsWY, PLC_driver.localWY },
+    {  'R',    "WR0",      kWordsWR, PLC_driver.localWR },
+    {  'L',    "WL0",      kWordsWL, PLC_driver.localWL },
+    {  'D',    "D",        kWordsDT, PLC_driver.localDT },
+    {  'L',    "L",        kWordsLD, PLC_driver.localLD },
+    {  'F',    "F",        kWordsFL, PLC_driver.localFL },
+    {  'S',    "S",        kWordsSV, PLC_driver.localSV },
+    {  'K',    "K",        kWordsEV, PLC_driver.localEV },
 };
 // clang-format on
-
-static_assert(sizeof kAreas / sizeof kAreas[0] == KindEV + 1, "one row per kind, in the order of the kinds");
-
-const AreaRow *areaRow(int kind)
-{
-    return kind >= KindX && kind <= KindEV ? &kAreas[kind] : nullptr;
-}
-
-char letterWithin(int kind, int first, int last)
-{
-    return kind >= first && kind <= last ? kAreas[kind].letter : '\0';
-}
-
-int areaWords(int kind)
-{
-    const AreaRow *row = areaRow(kind);
-    return row ? row->words : int(kLargestAreaWords);
-}
-
-int areaElements(int kind)
-{
-    return isBitKind(kind) ? areaWords(kind) * kBitsPerWord : areaWords(kind);
-}
-
-RunInside insideArea(int address, int count, int elements)
-{
-    return piecesInside(address, count, 1, elements);
-}
 
 RunInside piecesInside(int address, int count, int size, int elements)
 {

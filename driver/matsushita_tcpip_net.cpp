@@ -13,6 +13,7 @@
 #include "frames/Func_Read.h"
 #include "frames/Func_Remote.h"
 #include "frames/Func_Write.h"
+#include "frames/frame_format.h"
 #include "init/Func_Init.h"
 #include "init/pending_lists.h"
 #include "store/Func_DealData.h"
@@ -36,8 +37,7 @@ enum {
     kCodeUnknown = 200
 };
 
-// The driver object
-// ----------------------------------------------------------------------------------------------------
+// The driver object ----------------------------------------------------------------------------------------------
 
 // comInfo and the callbacks stay as the storage has them: null in the one static instance.
 Matsushita_TCPIP_net::Matsushita_TCPIP_net()
@@ -58,8 +58,41 @@ Matsushita_TCPIP_net::Matsushita_TCPIP_net()
 
 Matsushita_TCPIP_net::~Matsushita_TCPIP_net() {}
 
-// Communication cycle
-// --------------------------------------------------------------------------------------------------
+// Copying records --------------------------------------------------------------------------------------------------
+
+/// Makes \a to the same text or bytes as \a from, at no cost where the two already share them, as they mostly do where
+/// the same variables come round again.
+template <typename Shared> static void share(const Shared &from, Shared &to)
+{
+    if (from.constData() != to.constData() || from.size() != to.size())
+        to = from;
+}
+
+void copyDescription(const RW_VAR &from, RW_VAR &to)
+{
+    to.ownerId = from.ownerId;
+    to.ownerTag = from.ownerTag;
+    to.varFlag = from.varFlag;
+    to.remoteMode = from.remoteMode;
+    to.linkNo = from.linkNo;
+    to.result = from.result;
+    share(from.name, to.name);
+    share(from.addrText, to.addrText);
+    to.areaKind = from.areaKind;
+    to.address = from.address;
+    to.station = from.station;
+    to.count = from.count;
+    to.extra1 = from.extra1;
+    to.extra2 = from.extra2;
+}
+
+void passRetValue(const RW_VAR &from, RW_VAR &to)
+{
+    copyDescription(from, to);
+    share(QByteArray(), to.data);
+}
+
+// Communication cycle --------------------------------------------------------------------------------------------
 
 namespace
 {
@@ -94,11 +127,14 @@ public:
     /// \return the copy, valid until the next one is appended
     RW_VAR &append(const RW_VAR &entry)
     {
-        if (m_size < countOf(qmap_list))
-            qmap_list[m_size] = entry;
-        else
+        if (m_size == countOf(qmap_list)) {
             qmap_list.append(entry);
-        return qmap_list[m_size++];
+            return qmap_list[m_size++];
+        }
+        RW_VAR &copy = qmap_list[m_size++];
+        copyDescription(entry, copy);
+        share(entry.data, copy.data);
+        return copy;
     }
 
     void close()
@@ -267,8 +303,7 @@ Protocol *ComCommunication()
     return PLC_driver.lst_Protocol.isEmpty() ? nullptr : &PLC_driver.lst_Protocol[0];
 }
 
-// Result codes
-// ---------------------------------------------------------------------------------------------------------
+// Result codes ---------------------------------------------------------------------------------------------------
 
 int SwitchErrorReturn(int base)
 {
@@ -300,27 +335,7 @@ int GetDriverReturnValue(int reason)
     }
 }
 
-void passRetValue(const RW_VAR &from, RW_VAR &to)
-{
-    to.ownerId = from.ownerId;
-    to.ownerTag = from.ownerTag;
-    to.varFlag = from.varFlag;
-    to.remoteMode = from.remoteMode;
-    to.linkNo = from.linkNo;
-    to.result = from.result;
-    to.name = from.name;
-    to.addrText = from.addrText;
-    to.areaKind = from.areaKind;
-    to.address = from.address;
-    to.station = from.station;
-    to.count = from.count;
-    to.extra1 = from.extra1;
-    to.extra2 = from.extra2;
-    to.data.clear();
-}
-
-// Reply intake
-// ---------------------------------------------------------------------------------------------------------
+// Reply intake ---------------------------------------------------------------------------------------------------
 
 int DealDataOfLocalArea(QByteArray *reply, int length)
 {
@@ -519,7 +534,7 @@ const RW_VAR *DataCom(QByteArray *reply, int length)
     const int code = remote ? DealDataOfRemoteArea(reply, length) : DealDataOfLocalArea(reply, length);
     if (code == kCodeGood || code == kCodeRemoteGood) {
         setCommFail(0);
-        PLC_driver.lst_Protocol.removeFirst();
+        dropRequest();
         info.framesDone = qint32(quint32(info.framesDone) + 1u); // the host's memory: may hold any value
         if (info.framesDone < info.framesTotal)
             return reportUnderLock(code); // the request has more frames

@@ -18,11 +18,11 @@ enum {
 static_assert(kMonitorSize == 9 && kMonitorClearSize == 15, "the two fixed monitor requests");
 static_assert(kMonitorDataPos == 11 && kMonitorReply == 14, "with only data registered");
 
-/// Writes first and last word number in fields of \a digits.
-static void writeRange(FrameWriter &frame, const RW_VAR &var, int digits)
+/// Writes first and last word number in fields of \a Digits.
+template <int Digits> static void writeRange(FrameWriter &frame, const RW_VAR &var)
 {
-    frame.decimal(var.address, digits);
-    frame.decimal(qint64(var.address) + var.count - 1, digits);
+    frame.decimal<Digits>(var.address);
+    frame.decimal<Digits>(qint64(var.address) + var.count - 1);
 }
 
 /// Queues a read of one variable with a frame of \a size bytes; the caller writes the frame.
@@ -40,7 +40,7 @@ static void readContacts(const RW_VAR &var)
     enum { kSize = 19 };
     FrameWriter frame(queueRead(kSize, var).frame, kSize, var.station, "RCC");
     frame.letter(letterWithin(var.areaKind, KindX, KindWL));
-    writeRange(frame, var, 4);
+    writeRange<4>(frame, var);
     frame.closeUnchecked();
 }
 
@@ -49,7 +49,7 @@ static void readRegisters(const RW_VAR &var)
     enum { kSize = 20 };
     FrameWriter frame(queueRead(kSize, var).frame, kSize, var.station, "RD");
     frame.letter(letterWithin(var.areaKind, KindDT, KindFL));
-    writeRange(frame, var, 5);
+    writeRange<5>(frame, var);
     frame.closeUnchecked();
 }
 
@@ -58,7 +58,7 @@ static void readTimerValues(const RW_VAR &var)
     enum { kSize = 17 };
     FrameWriter frame(queueRead(kSize, var).frame, kSize, var.station, "R");
     frame.letter(letterWithin(var.areaKind, KindSV, KindEV));
-    writeRange(frame, var, 4);
+    writeRange<4>(frame, var);
     frame.closeChecked();
 }
 
@@ -131,7 +131,10 @@ static void queueMonitorRegistration(const RW_VAR &var)
             continue;
         const AreaRow &row = *areaRow(entry.areaKind);
         frame.text(row.registered);
-        frame.decimal(entry.address, row.registeredDigits);
+        if (entry.areaKind <= KindWL)
+            frame.decimal<4>(entry.address);
+        else
+            frame.decimal<5>(entry.address);
     }
     frame.closeUnchecked();
 }

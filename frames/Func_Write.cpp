@@ -27,8 +27,14 @@ static void queueWordWrite(const WordCommand &command, const RW_VAR &var)
 
     FrameWriter frame(queueRequest(size, kAcknowledge, 0, 0, var).frame, size, var.station, command.code);
     frame.letter(letterWithin(var.areaKind, command.firstKind, command.lastKind));
-    frame.decimal(var.address, command.digits);
-    frame.decimal(qint64(var.address) + var.count - 1, command.digits);
+    const qint64 last = qint64(var.address) + var.count - 1;
+    if (command.digits == 4) {
+        frame.decimal<4>(var.address);
+        frame.decimal<4>(last);
+    } else {
+        frame.decimal<5>(var.address);
+        frame.decimal<5>(last);
+    }
     frame.words(var.data, words);
     frame.closeChecked();
     announceFrames(1);
@@ -73,7 +79,7 @@ void WriteBool(RW_VAR *var)
     queued.replyLen = kAcknowledge; // expected from the broadcast station too, unlike that of the word commands
     FrameWriter frame(queued.frame, kSize, var->station, "WCS");
     frame.letter(letterWithin(var->areaKind, KindY, KindL));
-    frame.decimal(var->address / kBitsPerWord, 3);
+    frame.decimal<3>(var->address / kBitsPerWord);
     frame.hexDigit(var->address % kBitsPerWord);
     const char value = var->data.at(0);
     frame.letter(value == 0 ? '0' : value == 1 ? '1' : '\0');

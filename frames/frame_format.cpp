@@ -5,24 +5,31 @@
 #include "frames/Func_Check.h"
 
 #include <cstring>
+#include <utility>
 
-/// "00" to "99", so that a number is written two digits at a time.
-static const char kPairs[] = "00010203040506070809"
-                             "10111213141516171819"
-                             "20212223242526272829"
-                             "30313233343536373839"
-                             "40414243444546474849"
-                             "50515253545556575859"
-                             "60616263646566676869"
-                             "70717273747576777879"
-                             "80818283848586878889"
-                             "90919293949596979899";
+const char kDigitPairs[] = "00010203040506070809"
+                           "10111213141516171819"
+                           "20212223242526272829"
+                           "30313233343536373839"
+                           "40414243444546474849"
+                           "50515253545556575859"
+                           "60616263646566676869"
+                           "70717273747576777879"
+                           "80818283848586878889"
+                           "90919293949596979899";
+
+/// The bytes of the frame that was answered last. Frames come and go one at a time, so the next one needs no new
+/// memory; where a host still shares these bytes it gets some of its own.
+static QByteArray answeredFrame;
 
 /// The bytes of \a frame, \a size of them and all zero.
 static char *zeroBytes(QByteArray &frame, int size)
 {
-    frame = QByteArray(size, '\0');
-    return frame.data();
+    std::swap(frame, answeredFrame);
+    frame.resize(size);
+    char *bytes = frame.data();
+    std::memset(bytes, 0, std::size_t(size));
+    return bytes;
 }
 
 FrameWriter::FrameWriter(QByteArray &frame, int size, int station, const char *code)
@@ -40,28 +47,10 @@ void FrameWriter::hexDigit(int digit)
     letter(char(DigitalToASCII(digit)));
 }
 
-void FrameWriter::text(const char *chars)
+void FrameWriter::oddDecimal(char *end, qint64 value, int digits)
 {
-    while (*chars)
-        *m_next++ = *chars++;
-}
-
-void FrameWriter::decimal(qint64 value, int digits)
-{
-    char *field = m_next + digits; // filled from its end
-    m_next = field;
-    if (value < 0 || value > 0x7FFFFFFF) {
-        for (; digits > 0; --digits, value /= 10)
-            *--field = char(DigitalToASCII(int(value % 10)));
-        return;
-    }
-    quint32 rest = quint32(value); // 32-bit divisions: the panels' processors have no 64-bit ones
-    for (; digits >= 2; digits -= 2, rest /= 100) {
-        field -= 2;
-        std::memcpy(field, kPairs + 2 * (rest % 100), 2);
-    }
-    if (digits == 1)
-        *--field = char('0' + rest % 10);
+    for (; digits > 0; --digits, value /= 10)
+        *--end = char(DigitalToASCII(int(value % 10)));
 }
 
 void FrameWriter::words(const QByteArray &data, int count)
@@ -109,6 +98,13 @@ Protocol &queueRequest(int frameLen, int replyLen, int dataPos, int dataLen, con
     queued.dataLen = answered ? dataLen : 0;
     queued.var = var;
     return queued;
+}
+
+void dropRequest()
+{
+    QList<Protocol> &queue = PLC_driver.lst_Protocol;
+    std::swap(queue[0].frame, answeredFrame);
+    queue.removeFirst();
 }
 
 void announceFrames(int frames)

@@ -8,11 +8,14 @@
 
 #include "matsushita_tcpip_net.h"
 
+#include <cstring>
+
 const char kHeader = '%';
 const char kCommandMark = '#';
 const char kErrorMark = '!';
 const char kTerminator = '\r';
 const char kHexDigits[] = "0123456789ABCDEF";
+extern const char kDigitPairs[]; ///< "00" to "99", so that a number is written two digits at a time
 
 enum {                                          // characters on the wire
     kDestinationChars = 2,                      // never the station's decimal number, see FrameWriter
@@ -40,8 +43,8 @@ inline int charsOfWords(qint64 words)
 ///
 ///     FrameWriter frame(queued.frame, 20, 1, "RD");
 ///     frame.letter('D');
-///     frame.decimal(100, 5);
-///     frame.decimal(115, 5);
+///     frame.decimal<5>(100);
+///     frame.decimal<5>(115);
 ///     frame.closeUnchecked();
 class FrameWriter
 {
@@ -51,11 +54,30 @@ public:
 
     void letter(char c) { *m_next++ = c; }
     void hexDigit(int digit);
-    void text(const char *chars);
+    void text(const char *chars)
+    {
+        while (*chars)
+            letter(*chars++);
+    }
 
-    /// The low \a digits decimal digits of \a value: (7, 5) gives "00007", (12345, 4) "2345". A negative value gives
-    /// what taking its digits one by one gives, characters below '0'.
-    void decimal(qint64 value, int digits);
+    /// The low \a Digits decimal digits of \a value: 7 in five digits is "00007", 12345 in four "2345". A negative
+    /// value gives what taking its digits one by one gives, characters below '0'.
+    template <int Digits> void decimal(qint64 value)
+    {
+        char *field = m_next + Digits; // filled from its end
+        m_next = field;
+        if (value < 0 || value > 0x7FFFFFFF) {
+            oddDecimal(field, value, Digits);
+            return;
+        }
+        quint32 rest = quint32(value); // 32-bit divisions: the panels' processors have no 64-bit ones
+        for (int left = Digits; left >= 2; left -= 2, rest /= 100) {
+            field -= 2;
+            std::memcpy(field, kDigitPairs + 2 * (rest % 100), 2);
+        }
+        if (Digits % 2 == 1)
+            *--field = char('0' + rest % 10);
+    }
 
     /// \a count words of \a data, two bytes each, as four hexadecimal characters. A word whose two bytes are not both
     /// there is left as zero bytes.
@@ -65,6 +87,9 @@ public:
     void closeChecked();   ///< check code over everything so far, CR
 
 private:
+    /// Writes the \a digits characters in front of \a end for a value outside the positive 32-bit numbers.
+    static void oddDecimal(char *end, qint64 value, int digits);
+
     char *const m_start;
     char *m_next;
 };
@@ -73,6 +98,9 @@ private:
 /// For the broadcast station replyLen, dataPos and dataLen are 0.
 /// \return the queued record, for queueing's caller to write the frame into; valid until the next one is queued
 Protocol &queueRequest(int frameLen, int replyLen, int dataPos, int dataLen, const RW_VAR &var);
+
+/// Takes the head of the frame queue away; the bytes of its frame serve the next one.
+void dropRequest();
 
 /// Tells the host's settings that the request just queued has \a frames frames, none of them answered.
 void announceFrames(int frames);

@@ -85,8 +85,7 @@ int Ethernetcontains(int station)
     return PLC_driver.map_Station.contains(station) ? 1 : 0;
 }
 
-// Variable lists
-// -------------------------------------------------------------------------------------------------------
+// Variable lists -------------------------------------------------------------------------------------------------
 
 /// Turns a run of bits from bit \a bit on into the run of words that it touches.
 static void touchedWords(RW_VAR &var, int bit)
@@ -159,8 +158,7 @@ int AddListOnceReadVar(RW_VAR *var, int direct)
     return countOf(list);
 }
 
-// Planning
-// -------------------------------------------------------------------------------------------------------------
+// Planning -------------------------------------------------------------------------------------------------------
 
 void WhetherGroup(int n, int size, RW_VAR *var, QList<RW_VAR> *out)
 {

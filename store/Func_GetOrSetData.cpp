@@ -96,8 +96,7 @@ int ExtendFindSameVar(int station, int kind, int word)
     return cells.find(station, kind, word);
 }
 
-// The store behind GetRegisterData
-// -------------------------------------------------------------------------------------
+// The store behind GetRegisterData -------------------------------------------------------------------------------
 
 static void readCellBits(CellAccess &cells, int station, int kind, int address, int count, char *out)
 {
@@ -148,8 +147,7 @@ int GetRegisterData(QString *, int kind, QString *addrText, int station, QByteAr
     return 1;
 }
 
-// Writing
-// --------------------------------------------------------------------------------------------------------------
+// Writing --------------------------------------------------------------------------------------------------------
 
 static void setBit(QByteArray &value, int inWord, bool on)
 {
@@ -286,8 +284,7 @@ int SetRegisterData(QString *name, int kind, QString *addrText, int station, QBy
     return 0; // inputs and contacts cannot be written
 }
 
-// Copy helpers
-// ---------------------------------------------------------------------------------------------------------
+// Copy helpers ---------------------------------------------------------------------------------------------------
 
 void GetBitFromUS(QByteArray &out, unsigned short *base, int start, int count)
 {

@@ -59,7 +59,7 @@ MATSUSHITA_EXPORT int PLCAddressChangeIntef(int areaKind, const QString &text);
 /// Any thread; takes mutexStation.
 MATSUSHITA_EXPORT void EnCommStation(int station, int enable);
 
-// Communication -------------------------------------------------------------------------------------------------------
+// Communication --------------------------------------------------------------------------------------------------
 
 /// The next frame to send, or null when there is nothing to do now (call again later).
 /// While a frame waits for its reply the same frame comes again, unchanged; otherwise the next work is chosen: writes
@@ -99,7 +99,7 @@ MATSUSHITA_EXPORT Protocol *ComCommunication();
 /// AddListWriteVar, AddListOnceReadVar, ReCreatReadVarList or SetRegisterData.
 MATSUSHITA_EXPORT const RW_VAR *DataCom(QByteArray *reply, int length);
 
-// Variable lists ------------------------------------------------------------------------------------------------------
+// Variable lists -------------------------------------------------------------------------------------------------
 
 /// Appends a copy of \a var to the polling list as it stands: no conversion, no limit, no check.
 /// \return the new length of the polling list
@@ -133,7 +133,7 @@ MATSUSHITA_EXPORT int AddListOnceReadVar(RW_VAR *var, int direct);
 /// Takes mutexList. Any thread.
 MATSUSHITA_EXPORT int ReCreatReadVarList(QList<HostReadItem> *items);
 
-// Registers -----------------------------------------------------------------------------------------------------------
+// Registers ------------------------------------------------------------------------------------------------------
 
 /// Reads values from the local store: one byte per bit (0 or 1), two bytes per word (low byte first).
 /// \param name      not used; may be null
@@ -164,7 +164,7 @@ MATSUSHITA_EXPORT int GetRegisterData(QString *name, int kind, QString *addrText
 MATSUSHITA_EXPORT int SetRegisterData(QString *name, int kind, QString *addrText, int station, QByteArray *data,
                                       int count, int ownerId, int ownerTag);
 
-// Data objects --------------------------------------------------------------------------------------------------------
+// Data objects ---------------------------------------------------------------------------------------------------
 
 extern MATSUSHITA_EXPORT Matsushita_TCPIP_net PLC_driver; ///< the one driver object (the object, not a pointer to it)
 extern MATSUSHITA_EXPORT QList<RW_VAR> qmap_list;         ///< the variables that the read in flight serves. mutexList
