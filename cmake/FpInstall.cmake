@@ -69,8 +69,14 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/${FP_PACKAGE}.pc.in ${PROJECT_BINARY_DI
 install(FILES ${PROJECT_BINARY_DIR}/${FP_PACKAGE}.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-# Tools ----------------------------------------------------------------------------------------------------------------
+# Documents and tools --------------------------------------------------------------------------------------------------
 
+install(FILES ${PROJECT_SOURCE_DIR}/docs/host-guide.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES
+    ${PROJECT_SOURCE_DIR}/examples/CMakeLists.txt
+    ${PROJECT_SOURCE_DIR}/examples/Makefile
+    ${PROJECT_SOURCE_DIR}/examples/example_host.cpp
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 if(TARGET fplink)
     install(TARGETS fplink RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 endif()
