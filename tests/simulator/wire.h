@@ -1,4 +1,4 @@
-// wire.h - help for the simulator's tests: frames with their check, made here and not by the code under test.
+// wire.h - help for the simulator's tests: a simulator with one station, and checks that the tests compute themselves.
 
 #pragma once
 
@@ -11,7 +11,7 @@
 namespace wire
 {
 
-/// A request with its check and CR: "%01#RT" -> "%01#RT15\r".
+/// A frame with its check and CR, for frames too long to be typed: "%01#RT" -> "%01#RT15\r".
 inline QByteArray checked(const QByteArray &text)
 {
     static const char digits[] = "0123456789ABCDEF";
@@ -24,11 +24,11 @@ inline QByteArray checked(const QByteArray &text)
 /// One simulator with one station "01" of a large model.
 struct OneStation {
     OneStation() { plc.addStation("01", 1); }
+    explicit OneStation(const plcsim::StationSettings &settings) { plc.addStation("01", 1, settings); }
     std::string ask(const QByteArray &request) { return plc.answer(request).toStdString(); }
     std::string ask(const char *request) { return ask(QByteArray(request)); }
-    /// The answer to a request that needs its check added.
-    std::string askChecked(const QByteArray &text) { return ask(checked(text)); }
     quint16 word(plcsim::Area area, int number) { return plc.word("01", area, number).value(); }
+    bool bit(plcsim::Area area, int number) { return plc.bit("01", area, number).value(); }
     plcsim::Simulator plc;
 };
 
