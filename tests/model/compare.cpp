@@ -206,6 +206,16 @@ std::string differenceOf(const std::vector<plain::Var> &model, const QList<RW_VA
     return listDifference("list", model, driver);
 }
 
+std::string differenceOf(const std::vector<plain::Frame> &model, const QList<Protocol> &driver)
+{
+    return listDifference("list", model, driver);
+}
+
+std::string differenceOf(const std::vector<plain::Cell> &model, const QList<EXTENDVAR> &driver)
+{
+    return listDifference("list", model, driver);
+}
+
 static std::string differenceOf(const char *name, const std::vector<std::uint16_t> &model, const quint16 *driver)
 {
     if (std::memcmp(model.data(), driver, 2 * model.size()) == 0)

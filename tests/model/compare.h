@@ -19,6 +19,8 @@ ComInfo toQt(const plain::Settings &settings);
 
 std::string differenceOf(const plain::Var &model, const RW_VAR &driver);
 std::string differenceOf(const std::vector<plain::Var> &model, const QList<RW_VAR> &driver);
+std::string differenceOf(const std::vector<plain::Frame> &model, const QList<Protocol> &driver);
+std::string differenceOf(const std::vector<plain::Cell> &model, const QList<EXTENDVAR> &driver);
 std::string differenceOf(const plain::Bytes &model, const QByteArray &driver);
 
 /// Everything a host can see, but of the two largest areas only what \a withLargeAreas asks for.

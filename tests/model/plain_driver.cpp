@@ -961,6 +961,42 @@ void Driver::saveWordToUC(const Bytes &reply)
     }
 }
 
+void Driver::saveBitToUC(const Bytes &reply, Bytes &base) const
+{
+    const Frame &head = frames[0];
+    for (Wide j = 0; j < head.dataLen; ++j)
+        if (head.dataPos + j < sizeOf(reply))
+            base[std::size_t(head.var.address + j)] = reply[std::size_t(head.dataPos + j)];
+}
+
+void Driver::specialRegisterSave(const Bytes &reply, std::vector<std::uint16_t> &base)
+{
+    const Frame head = frames[0];
+    const Wide p = head.dataPos, n = head.dataLen / 2, a = head.var.address;
+    unsigned w = 0;
+    for (Wide i = 0; i < n; ++i) {
+        if (p + 2 * i + 1 >= sizeOf(reply)) // bytes that are not there cannot be stored
+            break;
+        w = byteAt(reply, p + 2 * i) * 256 + byteAt(reply, p + 2 * i + 1);
+        base[std::size_t(a + i)] = std::uint16_t(w);
+    }
+    if (head.var.extra1 != -1 || frames.size() < 2)
+        return;
+    if (!writes.empty() && !writes[0].data.empty() && writes[0].address >= 0) {
+        const unsigned mask = 1u << (writes[0].address % 16);
+        if (writes[0].data[0] == 1)
+            w = w | mask;
+        if (writes[0].data[0] == 0)
+            w = w & ~mask;
+    }
+    Bytes &frame = frames[1].frame;
+    put(frame, 4, w / 256);
+    put(frame, 5, w % 256);
+    const unsigned c = calCrc(frame.substr(0, 6));
+    put(frame, 6, c % 256);
+    put(frame, 7, c / 256);
+}
+
 int Driver::switchErrorReturn(int base) const
 {
     const Int ownerId = frames.empty() ? 0 : frames[0].var.ownerId;

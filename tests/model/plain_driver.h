@@ -128,6 +128,9 @@ public:
     int checkGetData(const Bytes &reply, Int length) const;
     void saveToLocal(const Bytes &reply);
     void saveWordToUC(const Bytes &reply);
+    /// \a base stands for the whole byte area behind the pointer.
+    void saveBitToUC(const Bytes &reply, Bytes &base) const;
+    void specialRegisterSave(const Bytes &reply, std::vector<std::uint16_t> &base);
     int switchErrorReturn(int base) const;
     int driverReturnValue(int reason) const;
 

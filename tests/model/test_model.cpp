@@ -37,3 +37,52 @@ TEST(Model, DriverAndReferenceStayTheSameWithLongListsAndManyCells)
 {
     walkMany(20, 150, true);
 }
+
+/// Performs one operation with its own choices; fails the test where the two drivers differ.
+static void perform(Walk &walk, const char *operation, std::uint64_t seed)
+{
+    SeededDice dice(seed);
+    const int code = Walk::operationNamed(operation);
+    ASSERT_GE(code, 0) << operation;
+    ASSERT_EQ(walk.perform(code, dice), "") << walk.told();
+}
+
+/// Both lists far beyond the limit for checked entries, then ordinary traffic over them.
+TEST(Model, ListsFilledStraightBeyondTheirLimitBehaveAsTheReference)
+{
+    Walk walk;
+    for (std::uint64_t seed = 1; walk.model.writes.size() < 1200 || walk.model.onceReads.size() < 1200; ++seed)
+        ASSERT_NO_FATAL_FAILURE(perform(walk, "fillList", seed));
+    SeededDice dice(3);
+    for (int i = 0; i < 300; ++i) {
+        const char *const operations[] = {"addWrite", "addOnceRead", "setRegister", "exchange", "changeList"};
+        ASSERT_NO_FATAL_FAILURE(perform(walk, operations[dice.below(5)], dice.next()));
+    }
+}
+
+TEST(Model, ThousandsOfPollingItemsArePlannedAsByTheReferenceInBothStationModes)
+{
+    for (const qint32 multiStation : {0, 1}) {
+        Walk walk;
+        walk.model.info.multiStation = walk.settings.multiStation = multiStation;
+        for (std::uint64_t seed = 1; seed <= 4; ++seed)
+            ASSERT_NO_FATAL_FAILURE(perform(walk, "rebuildWithMany", seed));
+        EXPECT_GT(walk.model.polling.size(), 400u);
+        for (std::uint64_t seed = 1; seed <= 300; ++seed)
+            ASSERT_NO_FATAL_FAILURE(perform(walk, "exchange", seed));
+    }
+}
+
+TEST(Model, ThousandsOfCellsAreFoundAndMadeAsByTheReference)
+{
+    Walk walk;
+    walk.model.info.multiStation = walk.settings.multiStation = 1;
+    for (std::uint64_t seed = 1; walk.model.cells.size() < 6000; ++seed)
+        ASSERT_NO_FATAL_FAILURE(perform(walk, "makeManyCells", seed));
+    SeededDice dice(5);
+    for (int i = 0; i < 400; ++i) {
+        const char *const operations[] = {"getRegister", "findCell",   "changeCells", "addOnceRead",
+                                          "setRegister", "holdCopies", "exchange",    "exchange"};
+        ASSERT_NO_FATAL_FAILURE(perform(walk, operations[dice.below(8)], dice.next()));
+    }
+}

@@ -431,7 +431,7 @@ static void rebuild(Walk &walk, Dice &dice)
 
 static void rebuildWithMany(Walk &walk, Dice &dice)
 {
-    std::vector<plain::Item> items(std::size_t(dice.from(500, 1500)));
+    std::vector<plain::Item> items(std::size_t(dice.from(500, 2500)));
     for (plain::Item &item : items) {
         item.areaKind = std::uint8_t(dice.oneOf<int>({2, 8, 10, 10, 10, 12}));
         item.station = std::uint8_t(dice.from(1, 3));
@@ -880,6 +880,32 @@ static void judgeStraight(Walk &walk, Dice &dice)
     walk.expect(walk.model.driverReturnValue(reason) == GetDriverReturnValue(reason), "GetDriverReturnValue");
 }
 
+/// The two routines that store at a base of the caller's, with a request made for them at the head of the queue.
+static void saveElsewhere(Walk &walk, Dice &dice)
+{
+    if (walk.model.frames.empty())
+        return;
+    plain::Frame &model = walk.model.frames[0];
+    Protocol &driver = PLC_driver.lst_Protocol[0];
+    model.dataPos = driver.dataPos = dice.below(12);
+    model.dataLen = driver.dataLen = dice.from(-1, 40);
+    model.var.address = driver.var.address = dice.below(8);
+    model.var.extra1 = driver.var.extra1 = dice.oneOf<Int>({-1, -1, 0});
+    const Bytes reply = anyBytes(dice, dice.below(60));
+    QByteArray given = toBytes(reply);
+    walk.tell("SpecialRegisterSave, SaveBitToUC at " + number(model.dataPos) + ", " + number(model.dataLen) + " with " +
+              quoted(reply));
+    std::vector<std::uint16_t> words(64), givenWords(64);
+    walk.model.specialRegisterSave(reply, words);
+    SpecialRegisterSave(&given, givenWords.data());
+    walk.expect(words == givenWords, "SpecialRegisterSave");
+    Bytes bytes(64, 'x');
+    std::vector<unsigned char> givenBytes(64, 'x');
+    walk.model.saveBitToUC(reply, bytes);
+    SaveBitToUC(&given, givenBytes.data());
+    walk.expect(bytes == Bytes(givenBytes.begin(), givenBytes.end()), "SaveBitToUC");
+}
+
 static void planStraight(Walk &walk, Dice &dice)
 {
     // Addresses and lengths as they come; the kinds are those of words, since planning never sees another.
@@ -931,7 +957,7 @@ static void helpStraight(Walk &walk, Dice &dice)
     givenArea = area;
     Bytes bytes = anyBytes(dice, dice.below(40));
     QByteArray given = toBytes(bytes);
-    const int which = dice.below(9);
+    const int which = dice.below(11);
     const Int count = dice.below(20);
     const Int start = dice.below(which == 0 || which == 2 ? 1000 : 40);
     walk.tell("helper " + number(which) + " (" + number(start) + ", " + number(count) + ") with " + quoted(bytes));
@@ -960,7 +986,23 @@ static void helpStraight(Walk &walk, Dice &dice)
         plain::setDoubleWords(start, area, bytes, count);
         SetWordToUI(start, givenArea.data(), &given, count);
         break;
-    case 6:
+    case 6: {
+        std::vector<unsigned char> byteArea(64), modelArea;
+        for (unsigned char &byte : byteArea)
+            byte = static_cast<unsigned char>(dice.below(256));
+        modelArea = byteArea;
+        for (Int i = 0; i < count && i < Int(bytes.size()); ++i)
+            modelArea[std::size_t(start + i)] = bytes[std::size_t(i)] == 1 ? 1 : 0;
+        SetBitToUC(start, byteArea.data(), &given, count);
+        walk.expect(byteArea == modelArea, "SetBitToUC");
+        for (Int i = 0; i < count; ++i) {
+            bytes.resize(std::max(bytes.size(), std::size_t(i + 1)));
+            bytes[std::size_t(i)] = char(byteArea[std::size_t(start + i)] & 1);
+        }
+        GetBitFromUC(given, byteArea.data(), start, count);
+        break;
+    }
+    case 7:
         for (int digit = -2; digit < 18; ++digit)
             walk.expect(DigitalToASCII(digit) == plain::digitalToAscii(digit), "DigitalToASCII");
         for (int ch = -2; ch < 258; ++ch)
@@ -986,6 +1028,29 @@ static void findCell(Walk &walk, Dice &dice)
     const Int expected = walk.model.findCell(station, kind, word);
     const Int got = ExtendFindSameVar(station, kind, word);
     walk.expect(expected == got, "expected " + number(expected) + ", got " + number(got));
+}
+
+/// Copies that a host takes share their contents with the driver's lists; what the driver does afterwards must not show
+/// in them.
+static void holdCopies(Walk &walk, Dice &)
+{
+    if (walk.held) {
+        walk.tell("copies taken before looked at");
+        walk.expect(differenceOf(walk.held->frames, walk.held->driversFrames).empty() &&
+                        differenceOf(walk.held->writes, walk.held->driversWrites).empty() &&
+                        differenceOf(walk.held->onceReads, walk.held->driversOnceReads).empty() &&
+                        differenceOf(walk.held->polling, walk.held->driversPolling).empty() &&
+                        differenceOf(walk.held->qmapList, walk.held->driversQmapList).empty() &&
+                        differenceOf(walk.held->cells, walk.held->driversCells).empty(),
+                    "a copy that a host took of a list was changed by the driver");
+        walk.held.reset();
+        return;
+    }
+    walk.tell("copies taken");
+    walk.held.reset(new HeldCopies{walk.model.frames, walk.model.writes, walk.model.onceReads, walk.model.polling,
+                                   walk.model.qmapList, walk.model.cells, PLC_driver.lst_Protocol,
+                                   PLC_driver.lst_WriteVar, PLC_driver.lst_OnceReadVar, PLC_driver.lst_PollingReadVar,
+                                   qmap_list, PLC_driver.lst_ExtendVar});
 }
 
 // The table -----------------------------------------------------------------------------------------------------------
@@ -1018,7 +1083,9 @@ static const Row rows[] = {
     {"changeCounters",  2,  2, changeCounters},
     {"buildStraight",   4,  2, buildStraight},
     {"judgeStraight",   4,  2, judgeStraight},
+    {"saveElsewhere",   1,  1, saveElsewhere},
     {"planStraight",    2,  1, planStraight},
+    {"holdCopies",      2,  2, holdCopies},
     {"helpStraight",    2,  1, helpStraight},
     {"findCell",        2,  4, findCell},
     {"rebuildWithMany", 0,  1, rebuildWithMany},
@@ -1030,6 +1097,14 @@ static const Row rows[] = {
 int Walk::operationCount()
 {
     return int(sizeof rows / sizeof rows[0]);
+}
+
+int Walk::operationNamed(const std::string &name)
+{
+    for (int code = 0; code < operationCount(); ++code)
+        if (rows[code].name == name)
+            return code;
+    return -1;
 }
 
 int Walk::drawOperation(Dice &dice, bool large)

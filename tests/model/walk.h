@@ -11,11 +11,22 @@
 #include "compare.h"
 #include "dice.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
 /// Gives PLC_driver and the globals the state that they have after loading.
 void reloadDriver();
+
+/// Lists as they were at one moment: the model's as values, the driver's as copies that share their contents.
+struct HeldCopies {
+    std::vector<plain::Frame> frames;
+    std::vector<plain::Var> writes, onceReads, polling, qmapList;
+    std::vector<plain::Cell> cells;
+    QList<Protocol> driversFrames;
+    QList<RW_VAR> driversWrites, driversOnceReads, driversPolling, driversQmapList;
+    QList<EXTENDVAR> driversCells;
+};
 
 class Walk
 {
@@ -33,12 +44,15 @@ public:
     const std::string &told() const { return m_told; }
 
     static int operationCount();
+    /// The code of an operation by its name, -1 for none.
+    static int operationNamed(const std::string &name);
     /// A code drawn by the weights of ordinary walks, or of walks with long lists and many cells.
     static int drawOperation(Dice &dice, bool large);
 
     // For the operations.
     plain::Driver model;
     ComInfo settings;
+    std::unique_ptr<HeldCopies> held;
     void tell(const std::string &words) { m_told += words; }
     void expect(bool holds, const std::string &what);
 
