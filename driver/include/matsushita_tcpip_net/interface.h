@@ -91,8 +91,8 @@ MATSUSHITA_EXPORT Protocol *ComCommunication();
 /// A request is abandoned when retryCount passes retryLimit: the frame queue is emptied, the callbacks tell, and what
 /// would fail the same way is dropped (one-shot reads of the same requester; all pending writes, or those of the same
 /// station in multi-station mode).
-/// Example: the reply "%01$RD341212" and CR to a read of DT100 leaves 0x1234 in DT100: header %, station 01, good mark $,
-/// command RD, data 3412 (low byte first), check code 12 (the XOR of everything before it), CR.
+/// Example: the reply "%01$RD341212" and CR to a read of DT100 leaves 0x1234 in DT100: header %, station 01, good mark
+/// $, command RD, data 3412 (low byte first), check code 12 (the XOR of everything before it), CR.
 ///
 /// Communication thread only. Judges the reply and removes its frame without mutexList; stores under mutexArea; ends
 /// the request and calls the callbacks under mutexList. A callback must not call ComCommunication, DataCom,
