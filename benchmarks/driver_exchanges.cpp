@@ -46,7 +46,7 @@ public:
         QList<HostReadItem> items;
         for (int i = 0; i < plan.items; ++i)
             items.append(pollingItem(plan.kind, i * plan.distance, plan.words, stationOf(i)));
-        require(m_driver.reCreatReadVarList(&items) == plan.items, "the polling list is not as planned");
+        require(m_driver.api.ReCreatReadVarList(&items) == plan.items, "the polling list is not as planned");
         m_cycle = std::make_unique<PollingCycle>(m_driver, plan.items);
     }
     void run(long times) override { m_cycle->run(times); }
@@ -81,7 +81,7 @@ public:
         var.count = kBlockWords;
         for (int i = 0; i < blocks; ++i) {
             var.address = i * kBlockWords;
-            m_driver.addListReadVar(&var);
+            m_driver.api.AddListReadVar(&var);
         }
         m_cycle = std::make_unique<PollingCycle>(m_driver, blocks);
     }
@@ -130,14 +130,14 @@ public:
     void prepare(long times) override
     {
         for (long i = m_driver.object.lst_WriteVar.size(); i < times + m_waiting; ++i)
-            m_driver.addListWriteVar(&m_var, 1);
+            m_driver.api.AddListWriteVar(&m_var, 1);
     }
     void run(long times) override
     {
         while (times > 0) {
-            if (!m_driver.comCommunication())
+            if (!m_driver.api.ComCommunication())
                 continue; // the empty call after five writes in a row, while nothing is polled
-            m_failed += m_driver.dataCom(&m_reply, m_reply.size())->result != 1;
+            m_failed += m_driver.api.DataCom(&m_reply, m_reply.size())->result != 1;
             --times;
         }
     }
@@ -148,7 +148,7 @@ public:
         QByteArray stored;
         QString address =
             m_var.areaKind < KindWX ? QString::number(m_var.address / 16) + "0" : QString::number(m_var.address);
-        m_driver.getRegisterData(nullptr, m_var.areaKind, &address, m_var.station, &stored, m_var.count);
+        m_driver.api.GetRegisterData(nullptr, m_var.areaKind, &address, m_var.station, &stored, m_var.count);
         require(stored == m_var.data, "what was written is not in the store");
     }
 
@@ -168,17 +168,17 @@ public:
     void run(long times) override
     {
         for (; times > 0; --times) {
-            m_driver.setRegisterData(&m_name, KindDT, &m_address, 1, &m_data, kBlockWords, 1, 1);
-            if (!m_driver.comCommunication())
-                m_driver.comCommunication();
-            m_failed += m_driver.dataCom(&m_reply, m_reply.size())->result != 1;
+            m_driver.api.SetRegisterData(&m_name, KindDT, &m_address, 1, &m_data, kBlockWords, 1, 1);
+            if (!m_driver.api.ComCommunication())
+                m_driver.api.ComCommunication();
+            m_failed += m_driver.api.DataCom(&m_reply, m_reply.size())->result != 1;
         }
     }
     void check() override
     {
         require(m_failed == 0 && m_driver.object.lst_WriteVar.isEmpty(), "a write failed");
         QByteArray stored;
-        m_driver.getRegisterData(nullptr, KindDT, &m_address, 1, &stored, kBlockWords);
+        m_driver.api.GetRegisterData(nullptr, KindDT, &m_address, 1, &stored, kBlockWords);
         require(stored == m_data, "what was written is not in the store");
     }
 
@@ -198,7 +198,7 @@ public:
     ScatteredSweep() : m_driver(LoadedDriver::SingleStation)
     {
         QList<HostReadItem> items = scatteredTags();
-        const int blocks = m_driver.reCreatReadVarList(&items);
+        const int blocks = m_driver.api.ReCreatReadVarList(&items);
         m_cycle = std::make_unique<PollingCycle>(m_driver, blocks);
         require(m_cycle->entries() == blocks, "the cycle is not one sweep");
     }
@@ -255,16 +255,16 @@ void PollingCycle::addRequest()
 {
     int frames = 0;
     do {
-        const Protocol *request = m_driver.comCommunication();
+        const Protocol *request = m_driver.api.ComCommunication();
         require(request != nullptr, "no request comes");
         const std::string text(request->frame.constData(), std::size_t(request->frameLen));
         m_replies.push_back(byteArray(answers().answer(text)));
         m_bytes += request->frameLen + m_replies.back().size();
-        require(m_driver.dataCom(&m_replies.back(), m_replies.back().size())->result == 1, "the reply is refused");
+        require(m_driver.api.DataCom(&m_replies.back(), m_replies.back().size())->result == 1, "the reply is refused");
         ++frames;
     } while (!m_driver.object.lst_Protocol.isEmpty());
     m_framesOfRequest.push_back(frames);
-    m_entries += m_driver.qmapLength;
+    m_entries += *m_driver.api.qmap_length;
 }
 
 void PollingCycle::run(long requests)
@@ -272,8 +272,8 @@ void PollingCycle::run(long requests)
     for (; requests > 0; --requests) {
         for (int frames = m_framesOfRequest[m_nextRequest]; frames > 0; --frames) {
             QByteArray &reply = m_replies[m_nextReply++];
-            m_failed += m_driver.comCommunication() == nullptr;
-            m_failed += m_driver.dataCom(&reply, reply.size())->result != 1;
+            m_failed += m_driver.api.ComCommunication() == nullptr;
+            m_failed += m_driver.api.DataCom(&reply, reply.size())->result != 1;
         }
         if (++m_nextRequest == m_framesOfRequest.size())
             m_nextRequest = m_nextReply = 0;
@@ -289,7 +289,7 @@ void requireStored(LoadedDriver &driver, int kind, int station, int first, int c
 {
     QByteArray stored;
     QString address = QString::number(first);
-    driver.getRegisterData(nullptr, kind, &address, station, &stored, count);
+    driver.api.GetRegisterData(nullptr, kind, &address, station, &stored, count);
     require(stored.size() == 2 * count, "the store does not hold what was read");
     for (int i = 0; i < count; ++i) {
         const int word = FixedAnswers::word(first + i);

@@ -20,3 +20,10 @@ ServerProcess::~ServerProcess()
     m_process.closeWriteChannel(); // it ends with its standard input
     m_process.waitForFinished(10000);
 }
+
+clockid_t ServerProcess::cpuClock() const
+{
+    clockid_t clock = 0;
+    require(clock_getcpuclockid(pid_t(m_process.processId()), &clock) == 0, "the server has no clock");
+    return clock;
+}

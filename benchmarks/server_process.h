@@ -9,6 +9,8 @@
 
 #include <QtCore/QProcess>
 
+#include <time.h>
+
 class ServerProcess
 {
 public:
@@ -20,6 +22,9 @@ public:
 
     int plcPort() const { return m_plcPort; }
     int modbusPort() const { return m_modbusPort; }
+
+    /// The clock of the processor time that the server has used.
+    clockid_t cpuClock() const;
 
 private:
     QProcess m_process;
