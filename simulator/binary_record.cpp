@@ -202,8 +202,11 @@ bool recordSumFits(const QByteArray &record)
 
 QByteArray respondToRecord(Station &station, const QByteArray &record, bool *executedWrite)
 {
+    const int limit = station.faults.frameLimit(std::numeric_limits<int>::max());
     QByteArray body;
-    const Refusal refusal = execute(station, record, &body, executedWrite);
+    Refusal refusal = record.size() > limit ? Refusal::FrameOver : execute(station, record, &body, executedWrite);
+    if (refusal == Refusal::None && body.size() + kFrameHead + kFrameTail > limit)
+        refusal = Refusal::FrameOver;
     return refusal == Refusal::None ? responseFrame(kHeader, station.destination(), '$', body)
                                     : errorFrame(kHeader, station.destination(), static_cast<int>(refusal));
 }

@@ -51,6 +51,22 @@ Span wordOf(const Contact &contact)
     return {contact.area, contact.word, contact.word};
 }
 
+Refusal mayRead(const Station &station, const std::vector<Contact> &contacts)
+{
+    Refusal refusal = Refusal::None;
+    for (std::size_t i = 0; i < contacts.size() && refusal == Refusal::None; ++i)
+        refusal = station.mayRead(wordOf(contacts[i]));
+    return refusal;
+}
+
+Refusal mayRead(const Station &station, const std::vector<Span> &items)
+{
+    Refusal refusal = Refusal::None;
+    for (std::size_t i = 0; i < items.size() && refusal == Refusal::None; ++i)
+        refusal = station.mayRead(items[i]);
+    return refusal;
+}
+
 /// The area of a command: named by a letter, or the only one that the command has.
 Area takeArea(Call &call)
 {
@@ -85,9 +101,7 @@ int takeCount(Call &call)
 Refusal answerContacts(Call &call, int count)
 {
     const std::vector<Contact> contacts = takeContacts(call, count, nullptr);
-    Refusal refusal = call.text.refusal();
-    for (std::size_t i = 0; i < contacts.size() && refusal == Refusal::None; ++i)
-        refusal = call.station.mayRead(wordOf(contacts[i]));
+    Refusal refusal = call.text.good() ? mayRead(call.station, contacts) : call.text.refusal();
     if (refusal == Refusal::None)
         refusal = refusalIfTooLong(call, count);
     if (refusal != Refusal::None)
@@ -219,9 +233,7 @@ Refusal registerData(Call &call)
     do {
         items.push_back(takeMonitorItem(call.text));
     } while (call.text.good() && !call.text.atEnd());
-    Refusal refusal = call.text.refusal();
-    for (std::size_t i = 0; i < items.size() && refusal == Refusal::None; ++i)
-        refusal = call.station.mayRead(items[i]);
+    const Refusal refusal = call.text.good() ? mayRead(call.station, items) : call.text.refusal();
     if (refusal != Refusal::None)
         return refusal;
     if (items.size() > kMostMonitorItems || !call.station.registration.items.empty())
@@ -238,9 +250,7 @@ Refusal registerContacts(Call &call)
     }
     const int count = std::max(1, (call.text.left() + kContactNameChars - 1) / kContactNameChars);
     const std::vector<Contact> contacts = takeContacts(call, count, nullptr);
-    Refusal refusal = call.text.refusal();
-    for (std::size_t i = 0; i < contacts.size() && refusal == Refusal::None; ++i)
-        refusal = call.station.mayRead(wordOf(contacts[i]));
+    const Refusal refusal = call.text.good() ? mayRead(call.station, contacts) : call.text.refusal();
     if (refusal != Refusal::None)
         return refusal;
     if (contacts.size() > kMostMonitorContacts || !call.station.registration.contacts.empty())
@@ -266,7 +276,11 @@ Refusal monitor(Call &call)
         return Refusal::Registration;
     const std::size_t wordChars = kCharsPerWord * registered.items.size();
     const std::size_t size = 1 + 2 + registered.contacts.size() + 2 + wordChars;
-    const Refusal refusal = refusalIfTooLong(call, static_cast<int>(size));
+    Refusal refusal = mayRead(station, registered.contacts);
+    if (refusal == Refusal::None)
+        refusal = mayRead(station, registered.items);
+    if (refusal == Refusal::None)
+        refusal = refusalIfTooLong(call, static_cast<int>(size));
     if (refusal != Refusal::None)
         return refusal;
 
@@ -393,7 +407,7 @@ QByteArray respond(Station &station, const QByteArray &request, bool *executedWr
     if (extended && !settings.extendedFrames)
         return QByteArray();
     const QByteArray echoed = request.mid(1, kDestinationChars);
-    const int limit = extended ? settings.extendedFrameLimit : settings.frameLimit;
+    const int limit = station.faults.frameLimit(extended ? settings.extendedFrameLimit : settings.frameLimit);
     QByteArray body;
     const Refusal refusal = execute(station, request, limit, &body, executedWrite);
     return refusal == Refusal::None ? responseFrame(header, echoed, '$', body)

@@ -7,6 +7,7 @@
 
 #include "plcsim/line.h"
 
+#include <QtCore/QThread>
 #include <QtNetwork/QNetworkProxy>
 #include <QtNetwork/QTcpServer>
 #include <QtNetwork/QTcpSocket>
@@ -34,6 +35,7 @@ constexpr int kLongestWaitMs = 20;    // after which a thread looks whether it s
 constexpr int kSendTimeoutMs = 5000;  // a host that takes nothing for so long is given up
 constexpr int kMostConnections = 256; // per port; more are closed at once
 constexpr int kReadSize = 16384;      // bytes taken from a socket at a time
+constexpr int kMostDue = 1000000;     // deliveries; while more wait, nothing is taken from the socket
 
 qint64 nowMs()
 {
@@ -83,12 +85,14 @@ public:
 private:
     bool receive()
     {
+        if (due_.size() > kMostDue) {
+            QThread::msleep(1);
+            return socket_.state() == QAbstractSocket::ConnectedState;
+        }
         if (socket_.bytesAvailable() == 0 && !socket_.waitForReadyRead(waitMs()))
             return socket_.state() == QAbstractSocket::ConnectedState;
         const std::vector<Delivery> more = line_.take(socket_.read(kReadSize), nowMs());
         due_.insert(due_.end(), more.begin(), more.end());
-        std::stable_sort(due_.begin(), due_.end(),
-                         [](const Delivery &a, const Delivery &b) { return a.atMs < b.atMs; });
         return true;
     }
 
@@ -114,17 +118,26 @@ private:
     {
         switch (delivery.kind) {
         case Delivery::Kind::Bytes:
-            socket_.write(delivery.bytes);
-            while (socket_.bytesToWrite() > 0) {
-                if (!socket_.waitForBytesWritten(kSendTimeoutMs))
-                    return false;
-            }
-            return true;
+            return write(delivery.bytes);
         case Delivery::Kind::Reset:
             reset();
             return true;
         case Delivery::Kind::HalfOpen:
             return true; // the line gives nothing more; the socket stands until the host closes it
+        }
+        return true;
+    }
+
+    /// False when the host has not taken the bytes in time, or the server shall end.
+    bool write(const QByteArray &bytes)
+    {
+        socket_.write(bytes);
+        for (int waitedMs = 0; socket_.bytesToWrite() > 0; waitedMs += kLongestWaitMs) {
+            const bool connected = socket_.state() == QAbstractSocket::ConnectedState;
+            if (stopping_ || !connected || waitedMs >= kSendTimeoutMs)
+                return false;
+            if (socket_.waitForBytesWritten(kLongestWaitMs))
+                waitedMs = 0;
         }
         return true;
     }
@@ -141,7 +154,7 @@ private:
     QTcpSocket socket_;
     Line line_;
     const std::atomic<bool> &stopping_;
-    std::deque<Delivery> due_; // in order of time
+    std::deque<Delivery> due_; // in order of time, since a line never overtakes itself
     bool dead_ = false;
 };
 

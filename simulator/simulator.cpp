@@ -39,6 +39,11 @@ QByteArray refuseRecordTooSoon(Station &station, const QByteArray &, bool *)
     return errorFrame(kHeader, station.destination(), static_cast<int>(Refusal::Procedure));
 }
 
+auto respondTo(Line::Kind kind)
+{
+    return kind == Line::Kind::Text ? respond : respondToRecord;
+}
+
 bool isDestinationCharacter(char character)
 {
     return (character >= '0' && character <= '9') || (character >= 'A' && character <= 'Z');
@@ -92,10 +97,24 @@ Station *Simulator::Private::find(int number) const
     return nullptr;
 }
 
-QByteArray Simulator::Private::serve(Station *station, bool everybody, const QByteArray &request, Respond respond)
+Simulator::Private::Addressee Simulator::Private::addresseeOf(const QByteArray &request, Line::Kind kind) const
 {
+    if (kind == Line::Kind::Text && isFrame(request)) {
+        const QByteArray destination = request.mid(1, kDestinationChars);
+        return {find(destination), meansEverybody(destination)};
+    }
+    if (kind == Line::Kind::Binary && request.size() >= kShortestRecord) {
+        const int number = static_cast<quint8>(request.at(kRecordStationByte));
+        return {find(number), number == kEverybodyNumber};
+    }
+    return {};
+}
+
+QByteArray Simulator::Private::serve(const Addressee &addressee, const QByteArray &request, const Respond &respond)
+{
+    ++counters.requests;
     bool executedWrite = false;
-    if (everybody) {
+    if (addressee.everybody) {
         ++counters.broadcasts;
         for (const auto &entry : stations) {
             executedWrite = false;
@@ -106,8 +125,8 @@ QByteArray Simulator::Private::serve(Station *station, bool everybody, const QBy
         return QByteArray();
     }
     QByteArray reply;
-    if (station != nullptr && station->powered())
-        reply = respond(*station, request, &executedWrite);
+    if (addressee.station != nullptr && addressee.station->powered())
+        reply = respond(*addressee.station, request, &executedWrite);
     counters.writes += executedWrite ? 1 : 0;
     if (reply.isEmpty())
         ++counters.unanswered;
@@ -116,26 +135,45 @@ QByteArray Simulator::Private::serve(Station *station, bool everybody, const QBy
     return reply;
 }
 
-QByteArray Simulator::Private::answerFrame(const QByteArray &request, Respond respond)
+void Simulator::Private::tell(const QByteArray &request, const QByteArray &reply, std::unique_lock<std::mutex> *lock)
 {
-    ++counters.requests;
-    if (!isFrame(request)) {
-        ++counters.unanswered;
-        return QByteArray();
-    }
-    const QByteArray destination = request.mid(1, kDestinationChars);
-    return serve(find(destination), meansEverybody(destination), request, respond);
+    const auto told = trace;
+    lock->unlock();
+    if (told && *told)
+        (*told)(request, reply);
 }
 
-QByteArray Simulator::Private::answerRecord(const QByteArray &record, Respond respond)
+QByteArray Simulator::Private::answer(const QByteArray &request, Line::Kind kind, const Respond &respond)
 {
-    ++counters.requests;
-    if (record.size() < kShortestRecord) {
-        ++counters.unanswered;
-        return QByteArray();
+    std::unique_lock<std::mutex> lock(mutex);
+    const QByteArray reply = serve(addresseeOf(request, kind), request, respond);
+    tell(request, reply, &lock);
+    return reply;
+}
+
+Simulator::Private::Exchange Simulator::Private::exchange(const QByteArray &request, Line::Kind kind, qint64 nowMs)
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    const Addressee addressee = addresseeOf(request, kind);
+    Exchange exchange;
+    if (addressee.station != nullptr && addressee.station->powered())
+        exchange.effects = addressee.station->faults.next(nowMs);
+    const Effects &effects = exchange.effects;
+    counters.faults += effects.any ? 1 : 0;
+    if (effects.forgetsRegistration)
+        addressee.station->forgetRegistration();
+    if (effects.lost) {
+        exchange.reply = serve(addressee, request, [](Station &, const QByteArray &, bool *) { return QByteArray(); });
+    } else if (effects.errorCode) {
+        exchange.reply = serve(addressee, request, [&](Station &station, const QByteArray &, bool *) {
+            const bool text = kind == Line::Kind::Text;
+            return errorFrame(text ? request.at(0) : kHeader, station.destination(), *effects.errorCode);
+        });
+    } else {
+        exchange.reply = serve(addressee, request, respondTo(kind));
     }
-    const int number = static_cast<quint8>(record.at(kRecordStationByte));
-    return serve(find(number), number == kEverybodyNumber, record, respond);
+    tell(request, exchange.reply, &lock);
+    return exchange;
 }
 
 Simulator::Simulator() : d(std::make_unique<Private>()) {}
@@ -188,35 +226,40 @@ bool Simulator::setPowered(const QByteArray &destination, bool on)
     return station != nullptr;
 }
 
-QByteArray Simulator::Private::answer(const QByteArray &request, Road road, Respond respond)
+bool Simulator::setFaultPlan(const QByteArray &destination, const FaultPlan &plan)
 {
-    std::unique_lock<std::mutex> lock(mutex);
-    const QByteArray reply = (this->*road)(request, respond);
-    const auto told = trace;
-    lock.unlock();
-    if (told && *told)
-        (*told)(request, reply);
-    return reply;
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    Station *station = d->find(destination);
+    if (station != nullptr)
+        station->faults.setPlan(plan);
+    return station != nullptr;
+}
+
+std::optional<FaultPlan> Simulator::faultPlan(const QByteArray &destination) const
+{
+    const std::lock_guard<std::mutex> lock(d->mutex);
+    const Station *station = d->find(destination);
+    return station == nullptr ? std::nullopt : std::optional<FaultPlan>(station->faults.plan());
 }
 
 QByteArray Simulator::answer(const QByteArray &request)
 {
-    return d->answer(request, &Private::answerFrame, respond);
+    return d->answer(request, Line::Kind::Text, respond);
 }
 
 QByteArray Simulator::answerTooSoon(const QByteArray &request)
 {
-    return d->answer(request, &Private::answerFrame, refuseTooSoon);
+    return d->answer(request, Line::Kind::Text, refuseTooSoon);
 }
 
 QByteArray Simulator::answerRemote(const QByteArray &record)
 {
-    return d->answer(record, &Private::answerRecord, respondToRecord);
+    return d->answer(record, Line::Kind::Binary, respondToRecord);
 }
 
 QByteArray Simulator::answerRemoteTooSoon(const QByteArray &record)
 {
-    return d->answer(record, &Private::answerRecord, refuseRecordTooSoon);
+    return d->answer(record, Line::Kind::Binary, refuseRecordTooSoon);
 }
 
 std::optional<quint16> Simulator::word(const QByteArray &destination, Area area, int number) const

@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include "plcsim/line.h"
 #include "plcsim/simulator.h"
 
 #include "station.h"
@@ -16,20 +17,33 @@ namespace plcsim
 using StationMap = std::map<QByteArray, std::unique_ptr<Station>>;
 
 struct Simulator::Private {
-    using Respond = QByteArray (*)(Station &station, const QByteArray &request, bool *executedWrite);
+    using Respond = std::function<QByteArray(Station &station, const QByteArray &request, bool *executedWrite)>;
+
+    /// Whom a request is for.
+    struct Addressee {
+        Station *station = nullptr; // null: nobody, or everybody
+        bool everybody = false;
+    };
 
     /// Null: no such station.
     Station *find(const QByteArray &destination) const;
     Station *find(int number) const;
+    Addressee addresseeOf(const QByteArray &request, Line::Kind kind) const;
 
-    /// Lets one station, or everybody when \a everybody is set, respond; counts what happens.
-    QByteArray serve(Station *station, bool everybody, const QByteArray &request, Respond respond);
-    QByteArray answerFrame(const QByteArray &request, Respond respond);
-    QByteArray answerRecord(const QByteArray &record, Respond respond);
+    /// Lets the addressee respond and counts what happens.
+    QByteArray serve(const Addressee &addressee, const QByteArray &request, const Respond &respond);
 
-    using Road = QByteArray (Private::*)(const QByteArray &request, Respond respond);
     /// Takes the lock, answers, and tells the trace without the lock.
-    QByteArray answer(const QByteArray &request, Road road, Respond respond);
+    QByteArray answer(const QByteArray &request, Line::Kind kind, const Respond &respond);
+
+    /// An answer on its way, with what happens to it there.
+    struct Exchange {
+        QByteArray reply; // as the unit gave it
+        Effects effects;
+    };
+    /// The same as answer(), with the addressee's fault plan at work.
+    Exchange exchange(const QByteArray &request, Line::Kind kind, qint64 nowMs);
+    void tell(const QByteArray &request, const QByteArray &reply, std::unique_lock<std::mutex> *lock);
 
     mutable std::mutex mutex; // guards everything below
     StationMap stations;

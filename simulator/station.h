@@ -5,6 +5,7 @@
 
 #pragma once
 
+#include "fault_state.h"
 #include "moving_value.h"
 #include "wire_text.h"
 
@@ -66,6 +67,8 @@ public:
 
     /// NotSupported, Busy, Mode or None for a command of the table.
     Refusal mayExecute(const QByteArray &command) const;
+
+    FaultState faults;
 
     // Monitor registration.
     struct Registration {

@@ -24,9 +24,10 @@ enum {
 };
 static_assert(kBareResponse == 9, "a response without data has 9 characters");
 
-/// What a unit answers instead of data; the value is the code on the wire, read as hexadecimal.
+/// What a unit answers instead of data; the value is the code on the wire, read as hexadecimal. A fault plan may ask
+/// for codes that have no name here.
 enum class Refusal {
-    None = 0,
+    None = -1,
     FrameOver = 0x27,
     Check = 0x40,
     Format = 0x41,

@@ -2,6 +2,7 @@
 //
 //  - Requests may arrive in any pieces. Bytes before a header are skipped; a line that grows too long is dropped.
 //  - A PLC serves one request at a time: a request that comes before the answer to the one before is out gets error 43.
+//  - The stations' fault plans take effect here. All lines of one simulator go by the same clock.
 //  - Not thread-safe: one line belongs to one thread. The Simulator behind it may be shared.
 
 #pragma once
@@ -42,8 +43,9 @@ public:
     Line &operator=(const Line &) = delete;
 
     /// Takes bytes that arrive at the moment \a nowMs, which never runs backwards.
-    /// Result: what the line delivers because of them, in order of time; a moment may lie in the future. Empty when no
-    /// request is complete, or nobody answers. "%01#RDD0000000001**\r" at 100 gives one delivery at 100 with the bytes
+    /// Result: what the line delivers because of them, in order of time; a moment may lie in the future, but never
+    /// before one that an earlier call gave. Empty when no request is complete, or nobody answers.
+    /// "%01#RDD0000000001**\r" at 100 gives one delivery at 100 with the bytes
     /// "%01$RD05000A0062\r".
     ///
     /// After a Reset or HalfOpen the line is dead: it takes bytes and gives nothing until reconnect().

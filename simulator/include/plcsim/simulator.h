@@ -7,6 +7,7 @@
 #pragma once
 
 #include "plcsim/area.h"
+#include "plcsim/faults.h"
 #include "plcsim/movement.h"
 #include "plcsim/settings.h"
 
@@ -60,6 +61,12 @@ public:
     /// it off makes it forget its monitor registration. False: no such station.
     bool setPowered(const QByteArray &destination, bool on);
 
+    /// Gives a station a plan of faults in place of the one that it had, and starts its random numbers from the plan's
+    /// seed; an empty plan ends the faults. False: no such station. Throws std::invalid_argument for a number that is
+    /// out of its range.
+    bool setFaultPlan(const QByteArray &destination, const FaultPlan &plan);
+    std::optional<FaultPlan> faultPlan(const QByteArray &destination) const;
+
     /// Answers one request.
     /// \param request  one whole frame, header to CR: "%01#RDD0000000001**\r"
     /// Result: the whole reply, "%01$RD05000A0062\r". Empty for a broadcast, for a station that is not there, and for
@@ -112,6 +119,7 @@ public:
         quint64 writes = 0;     // executed write commands; a broadcast counts once for every station
         quint64 broadcasts = 0; // requests for everybody
         quint64 unanswered = 0; // requests for a station that is not there, and bytes that are no request
+        quint64 faults = 0;     // requests that met at least one fault on a Line
     };
     Counters counters() const;
 
