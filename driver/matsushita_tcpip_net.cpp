@@ -497,9 +497,8 @@ void dropDoomed()
     }
 }
 
-const RW_VAR *reportUnderLock(int code)
+const RW_VAR *report(int code)
 {
-    QMutexLocker locker(&PLC_driver.mutexList);
     PLC_driver.retVar.result = code;
     return &PLC_driver.retVar;
 }
@@ -509,7 +508,6 @@ const RW_VAR *reportUnderLock(int code)
 bool countFailure()
 {
     ComInfo &info = *PLC_driver.comInfo;
-    setCommFail(1);
     PLC_driver.pollReplyCount = 0;
     info.cycleDone = 0;
     const qint64 failures = qint64(info.retryCount) + 1;
@@ -526,31 +524,31 @@ bool countFailure()
 
 const RW_VAR *DataCom(QByteArray *reply, int length)
 {
-    PLC_driver.retVar.result = kCodeGood;
     if (PLC_driver.lst_Protocol.isEmpty())
-        return &PLC_driver.retVar;
+        return report(kCodeGood);
     ComInfo &info = *PLC_driver.comInfo;
     const bool remote = PLC_driver.lst_Protocol.at(0).var.linkNo != info.linkNo;
     const int code = remote ? DealDataOfRemoteArea(reply, length) : DealDataOfLocalArea(reply, length);
-    if (code == kCodeGood || code == kCodeRemoteGood) {
-        setCommFail(0);
+    const bool good = code == kCodeGood || code == kCodeRemoteGood;
+    setCommFail(good ? 0 : 1);
+    if (good) {
         dropRequest();
         info.framesDone = qint32(quint32(info.framesDone) + 1u); // the host's memory: may hold any value
-        if (info.framesDone < info.framesTotal)
-            return reportUnderLock(code); // the request has more frames
-        if (!remote)
-            countTowardsCycle();
-    } else if (!countFailure()) {
-        return reportUnderLock(0); // the same frame goes out again
     }
 
+    // What follows is shared with the threads that change the lists.
     QMutexLocker locker(&PLC_driver.mutexList);
+    if (good && info.framesDone < info.framesTotal)
+        return report(code); // the request has more frames
+    if (!good && !countFailure())
+        return report(0); // the same frame goes out again
+    if (good && !remote)
+        countTowardsCycle();
     endRequest(remote);
-    if (PLC_driver.bCommFail) {
+    if (!good) {
         QList<RW_VAR> none;
         PLC_driver.pfnCommError(&none, PLC_driver.retVar.ownerId, kAbandoned);
         dropDoomed();
     }
-    PLC_driver.retVar.result = code;
-    return &PLC_driver.retVar;
+    return report(code);
 }
