@@ -364,9 +364,29 @@ static void afterCall(Walk &walk, Int expected, Int got, const Var &expectedVar,
     walk.expect(difference.empty(), "the caller's record: " + difference);
 }
 
+/// Gives \a var the target of an entry that waits already, so that duplicates are as frequent as they are interesting.
+static void aimAtOneOf(const std::vector<Var> &list, Var &var, Dice &dice)
+{
+    if (list.empty() || !dice.chance(40))
+        return;
+    const Var &entry = list[std::size_t(dice.below(std::min(Int(list.size()), 4)))];
+    var.station = entry.station;
+    var.areaKind = entry.areaKind;
+    var.address = entry.address;
+    var.count = entry.count;
+    var.addrText = number(entry.address);
+    if (dice.chance(80)) {
+        var.ownerId = entry.ownerId;
+        var.ownerTag = entry.ownerTag;
+    }
+    if (dice.chance(15)) // all the same but for one
+        (dice.chance(50) ? var.count : var.address) = dice.below(20);
+}
+
 static void addWrite(Walk &walk, Dice &dice)
 {
     Var var = anyVar(dice);
+    aimAtOneOf(walk.model.writes, var, dice);
     const Int direct = dice.chance(80) ? 0 : dice.oneOf<Int>({1, 1, 2, -1});
     walk.tell("AddListWriteVar(" + inWords(var) + ", " + number(direct) + ")");
     RW_VAR given = toQt(var);
@@ -378,6 +398,7 @@ static void addWrite(Walk &walk, Dice &dice)
 static void addOnceRead(Walk &walk, Dice &dice)
 {
     Var var = anyVar(dice);
+    aimAtOneOf(walk.model.onceReads, var, dice);
     const Int direct = dice.chance(90) ? 0 : dice.oneOf<Int>({1, 1, 2, -1});
     walk.tell("AddListOnceReadVar(" + inWords(var) + ", " + number(direct) + ")");
     RW_VAR given = toQt(var);
@@ -424,8 +445,13 @@ static plain::Item anyItem(Dice &dice)
 static void rebuild(Walk &walk, Dice &dice)
 {
     std::vector<plain::Item> items(std::size_t(dice.chance(10) ? 0 : dice.from(1, 16)));
-    for (plain::Item &item : items)
+    // Stations 255 and 0 share their groups with the neighbouring kind.
+    const bool sharedGroups = dice.chance(20);
+    for (plain::Item &item : items) {
         item = anyItem(dice);
+        if (sharedGroups)
+            item.station = dice.chance(50) ? 255 : 0;
+    }
     rebuildFrom(walk, items);
 }
 
@@ -710,7 +736,8 @@ static void changeCells(Walk &walk, Dice &dice)
     changeListOf(
         walk, dice, walk.model.cells, PLC_driver.lst_ExtendVar,
         [&] {
-            return plain::Cell{anyStation(dice), dice.oneOf<Int>({4, 6, 8, 10, 10}), dice.below(48),
+            return plain::Cell{anyStation(dice), dice.oneOf<Int>({4, 7, 8, 9, 10}),
+                               dice.below(dice.chance(50) ? 3 : 48),
                                anyBytes(dice, dice.oneOf<int>({2, 2, 0, 1, 4, 7}))};
         },
         [&](plain::Cell &cell) {
@@ -725,7 +752,7 @@ static void changeCells(Walk &walk, Dice &dice)
                 cell.address = dice.below(48);
                 break;
             default:
-                cell.data = anyBytes(dice, dice.oneOf<int>({2, 0, 1, 3, 4}));
+                cell.data = anyBytes(dice, dice.oneOf<int>({2, 0, 0, 1, 3, 4}));
             }
             walk.tell(number(cell.station) + "/" + number(cell.areaKind) + "/" + number(cell.address));
         });

@@ -1,0 +1,95 @@
+// fuzz_receiver.cpp - the host's receiver, fed with any bytes in any pieces.
+//
+// Invariant: never more than kLongestReply bytes are kept; a whole reply begins with a header, is at most as long as
+// was asked for and answers the request that was sent; where the bytes are cut does not change the first whole reply
+// (as long as it ends with its CR: of a run without one, what counts is what is there when it is judged); every
+// follow-up of a Stale comes to an end.
+
+#include "invariant.h"
+
+#include "dice.h"
+#include "host/receiver.h"
+
+#include <algorithm>
+
+using fphost::Received;
+using fphost::Receiver;
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size);
+
+struct Request {
+    QByteArray frame;
+    bool compared;
+    int replyLen;
+
+    void expectIn(Receiver &receiver) const
+    {
+        receiver.expect(compared ? frame.constData() : nullptr, int(frame.size()), replyLen);
+    }
+};
+
+static void checkReply(Receiver &receiver, const Request &request)
+{
+    const QByteArray reply = receiver.reply();
+    require(reply.startsWith('%'), "a whole reply begins with a header");
+    require(reply.size() <= fphost::kLongestReply, "a whole reply has at most the longest length");
+    require(request.replyLen < 0 || reply.size() <= request.replyLen, "a whole reply is not longer than asked for");
+    if (!request.compared)
+        return;
+    require(reply.mid(1, 2) == request.frame.mid(1, 2), "the reply comes from the station that was asked");
+    require(reply.at(3) == '!' || reply.mid(4, 2) == request.frame.mid(4, 2), "the reply answers the command");
+}
+
+/// Feeds \a stream in pieces of at most \a piece bytes. \return the first whole reply, empty for none
+static QByteArray firstReply(const Request &request, const QByteArray &stream, int piece)
+{
+    Receiver receiver;
+    request.expectIn(receiver);
+    for (int done = 0; done < stream.size();) {
+        int space = 0;
+        char *const to = receiver.room(&space);
+        require(space >= 1 && space <= fphost::kLongestReply, "there is always room, and not more than one reply's");
+        const int part = std::min({space, piece, int(stream.size()) - done});
+        std::copy(stream.constData() + done, stream.constData() + done + part, to);
+        done += part;
+        Received state = receiver.arrived(part);
+        int followUps = 0;
+        while (state == Received::Stale) {
+            require(++followUps <= fphost::kLongestReply + 1, "the follow-up of a Stale ends");
+            state = receiver.again();
+        }
+        if (state == Received::Whole) {
+            checkReply(receiver, request);
+            return receiver.reply();
+        }
+    }
+    return QByteArray();
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+{
+    ByteDice dice(bytes, size);
+    Request request;
+    request.compared = dice.chance(70);
+    request.frame = dice.oneOf<const char *>({"%01#RDD0000000000**\r", "%1F#WCSR00231\r", "%02#MG**\r", "%01"});
+    request.compared = request.compared && request.frame.size() >= 6;
+    request.replyLen = dice.oneOf<int>({13, 9, -1, 0, 73, 1, 4096, 5, -7});
+    const int piece = dice.from(1, 40);
+    QByteArray stream;
+    while (!dice.usedUp() && stream.size() < 6000)
+        stream.append(char(dice.below(256)));
+
+    const QByteArray whole = firstReply(request, stream, 1 << 20);
+    for (const int cut : {piece, 1}) {
+        const QByteArray inPieces = firstReply(request, stream, cut);
+        if (whole.endsWith('\r') && inPieces.endsWith('\r'))
+            require(inPieces == whole, "the cuts do not change the reply");
+    }
+
+    Receiver taker;
+    request.expectIn(taker);
+    int followUps = 0;
+    for (Received state = taker.take(stream); state == Received::Stale; state = taker.again())
+        require(++followUps <= fphost::kLongestReply + 1, "the follow-up of a Stale ends");
+    return 0;
+}
