@@ -34,7 +34,7 @@ public:
 
 private:
     Settings settings_;
-    std::minstd_rand random_;
+    std::mt19937 random_;
     int markMs_ = 0; // the pause to give next, before its random part; 0 = none
 };
 
