@@ -46,7 +46,10 @@ void Station::setBit(const Contact &contact, bool on)
 
 Refusal Station::mayRead(const Span &span) const
 {
-    return has(span) ? Refusal::None : Refusal::Data;
+    if (!has(span))
+        return Refusal::Data;
+    const std::optional<int> code = faults.unreadable(span.area, span.first, span.last);
+    return code ? static_cast<Refusal>(*code) : Refusal::None;
 }
 
 Refusal Station::mayWrite(const Span &span) const

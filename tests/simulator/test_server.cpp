@@ -61,6 +61,8 @@ public:
         return receive(size);
     }
     bool silent() { return socket_.bytesAvailable() == 0 && !socket_.waitForReadyRead(kSilenceMs); }
+    bool connected() const { return socket_.state() == QAbstractSocket::ConnectedState; }
+    QAbstractSocket::SocketError error() const { return socket_.error(); }
     bool closedByPeer()
     {
         return socket_.state() == QAbstractSocket::UnconnectedState || socket_.waitForDisconnected(kPatienceMs);
@@ -250,4 +252,95 @@ TEST(Server, HostThatTakesNothingDoesNotHoldUpTheOthers)
     for (int i = 0; i < 50; ++i)
         lazy.send("%01#RDD0000099999**\r");
     EXPECT_EQ(Host(served.server.port()).ask(kRead, 17), kReply);
+}
+
+namespace
+{
+void plan(const Served &served, const char *text)
+{
+    const std::optional<FaultPlan> parsed = FaultPlan::parse(text);
+    ASSERT_TRUE(parsed.has_value());
+    ASSERT_TRUE(served.plc->setFaultPlan("01", *parsed));
+}
+} // namespace
+
+TEST(ServerFaults, DelayAndDripTakeRealTime)
+{
+    Served served;
+    plan(served, "delay 100; drip 10");
+    Host host(served.server.port());
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(host.ask(kRead, 17), kReply);
+    EXPECT_GE(timer.elapsed(), 100 + 16 * 10);
+}
+
+TEST(ServerFaults, DelayedAnswerLetsTheNextRequestComeTooSoon)
+{
+    Served served;
+    plan(served, "delay 300");
+    Host host(served.server.port());
+    host.send(kRead);
+    QThread::msleep(100);
+    host.send(kRead);
+    EXPECT_EQ(host.receive(26), std::string(kReply) + "%01!4302\r");
+}
+
+TEST(ServerFaults, DroppedAnswerNeverComes)
+{
+    Served served;
+    plan(served, "drop");
+    Host host(served.server.port());
+    host.send(kRead);
+    EXPECT_TRUE(host.silent());
+    plan(served, "");
+    EXPECT_EQ(host.ask(kRead, 17), kReply);
+}
+
+TEST(ServerFaults, SplitAnswerArrivesWhole)
+{
+    Served served;
+    plan(served, "split");
+    Host host(served.server.port());
+    EXPECT_EQ(host.ask(kRead, 17), kReply);
+    EXPECT_EQ(host.ask(kRead, 17), kReply);
+}
+
+TEST(ServerFaults, ResetIsSeenAsAResetAndANewConnectionIsServed)
+{
+    Served served;
+    plan(served, "reset");
+    Host host(served.server.port());
+    host.send(kRead);
+    EXPECT_TRUE(host.closedByPeer());
+    EXPECT_EQ(host.error(), QAbstractSocket::RemoteHostClosedError); // Qt's name for ECONNRESET
+    plan(served, "");
+    EXPECT_EQ(Host(served.server.port()).ask(kRead, 17), kReply);
+}
+
+TEST(ServerFaults, HalfOpenConnectionStandsButIsSilentAndANewOneIsServed)
+{
+    Served served;
+    plan(served, "half-open");
+    Host host(served.server.port());
+    host.send(kRead);
+    EXPECT_TRUE(host.silent());
+    plan(served, "");
+    host.send(kRead);
+    EXPECT_TRUE(host.silent());
+    EXPECT_TRUE(host.connected());
+    EXPECT_EQ(Host(served.server.port()).ask(kRead, 17), kReply);
+}
+
+TEST(ServerFaults, CloseDoesNotWaitForAnswersThatAreDueLater)
+{
+    Served served;
+    plan(served, "delay 3600000");
+    Host host(served.server.port());
+    host.send(kRead);
+    QThread::msleep(50);
+    QElapsedTimer timer;
+    timer.start();
+    served.server.close();
+    EXPECT_LT(timer.elapsed(), 1000);
 }

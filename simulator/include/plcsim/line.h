@@ -45,8 +45,7 @@ public:
     /// Takes bytes that arrive at the moment \a nowMs, which never runs backwards.
     /// Result: what the line delivers because of them, in order of time; a moment may lie in the future, but never
     /// before one that an earlier call gave. Empty when no request is complete, or nobody answers.
-    /// "%01#RDD0000000001**\r" at 100 gives one delivery at 100 with the bytes
-    /// "%01$RD05000A0062\r".
+    /// "%01#RDD0000000001**\r" at 100 gives one delivery at 100 with the bytes "%01$RD05000A0062\r".
     ///
     /// After a Reset or HalfOpen the line is dead: it takes bytes and gives nothing until reconnect().
     std::vector<Delivery> take(const QByteArray &bytes, qint64 nowMs);
