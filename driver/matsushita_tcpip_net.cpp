@@ -182,11 +182,22 @@ void serveOnceRead()
     ++PLC_driver.onceReadCount;
 }
 
-/// Appends the words of \a entry to the group one by one; words outside the area cannot be read.
+/// The elements of \a entry that join a group. A short entry is taken as it stands; of a long one, which joins only
+/// behind a passed-over one, the size of the area says how many words can be read at all.
+RunInside groupedElements(const RW_VAR &entry)
+{
+    if (entry.count > kLongestGrouped)
+        return insideArea(entry.address, entry.count, areaWords(entry.areaKind));
+    const qint64 numbers = qint64(0x7FFFFFFF) - entry.address + 1; // element numbers that fit 32 bits
+    const RunInside all = {0, int(qBound(qint64(0), qint64(entry.count), numbers))};
+    return all;
+}
+
+/// Appends the words of \a entry to the group one by one.
 void takeWords(GroupList &group, const RW_VAR &entry)
 {
-    const RunInside inside = insideArea(entry.address, entry.count, areaWords(entry.areaKind));
-    for (int i = inside.first; i < inside.end; ++i) {
+    const RunInside elements = groupedElements(entry);
+    for (int i = elements.first; i < elements.end; ++i) {
         RW_VAR &word = group.append(entry);
         word.address = entry.address + i;
         word.count = 1;

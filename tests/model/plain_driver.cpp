@@ -2,6 +2,7 @@
 
 #include "plain_driver.h"
 
+#include <climits>
 #include <limits>
 #include <utility>
 
@@ -843,8 +844,12 @@ void Driver::gatherPollingGroup()
         qmapLength = qmapLength + 1;
         if (stationIsOff(E.station))
             continue;
-        for (Wide i = 0; i < E.count && E.address + i < wordsOf(E.areaKind); ++i) {
-            if (E.address + i < 0)
+        // A short entry is taken as it stands; of a long one, which joins behind a passed-over one, only what lies
+        // inside.
+        const Wide firstNumber = E.count > 4 ? 0 : Wide(INT_MIN);
+        const Wide lastNumber = E.count > 4 ? wordsOf(E.areaKind) - 1 : Wide(INT_MAX);
+        for (Wide i = 0; i < E.count && E.address + i <= lastNumber; ++i) {
+            if (E.address + i < firstNumber)
                 continue;
             Var element = E;
             element.count = 1;
