@@ -13,6 +13,7 @@ namespace fphost
 namespace
 {
 
+constexpr char kNotOpen[] = "the driver is not open";
 constexpr int kListLimit = 1024;  // entries that the driver's write and one-shot lists take
 constexpr int kWordsPerRead = 16; // the driver cuts one-shot reads into blocks of so many
 constexpr int kWriteToPlc = 2;    // ComInfo::hostMode
@@ -92,14 +93,13 @@ void DriverSession::close()
 
 std::optional<QString> DriverSession::setPolling(const std::vector<Span> &spans)
 {
+    if (!isOpen_)
+        return QString::fromLatin1(kNotOpen);
     QList<HostReadItem> items;
     for (const Span &span : spans) {
         std::optional<QString> whyNot = whyNotReadable(span);
-        if (!whyNot && !settings_.multiStation && span.station != settings_.station)
-            whyNot = QStringLiteral("%1: station %2 is not the one station of this connection, %3")
-                         .arg(elementName(span.kind, span.first))
-                         .arg(span.station)
-                         .arg(settings_.station);
+        if (!whyNot)
+            whyNot = whyNotHere(span);
         if (whyNot)
             return whyNot;
         HostReadItem item;
@@ -131,15 +131,22 @@ QByteArray DriverSession::values(const Span &span) const
     return out;
 }
 
+std::optional<QString> DriverSession::whyNotHere(const Span &span) const
+{
+    if (settings_.multiStation || span.station == settings_.station)
+        return std::nullopt;
+    return QStringLiteral("%1: station %2 is not the one station of this connection, %3")
+        .arg(elementName(span.kind, span.first))
+        .arg(span.station)
+        .arg(settings_.station);
+}
+
 std::optional<QString> DriverSession::whyNotNow(const Span &span) const
 {
     if (!isOpen_)
-        return QStringLiteral("the driver is not open");
-    if (!settings_.multiStation && span.station != settings_.station)
-        return QStringLiteral("%1: station %2 is not the one station of this connection, %3")
-            .arg(elementName(span.kind, span.first))
-            .arg(span.station)
-            .arg(settings_.station);
+        return QString::fromLatin1(kNotOpen);
+    if (const std::optional<QString> whyNot = whyNotHere(span))
+        return whyNot;
     if (isOff(span.station))
         return QStringLiteral("%1: station %2 is switched off")
             .arg(elementName(span.kind, span.first))
@@ -227,6 +234,8 @@ bool DriverSession::hasWaiting() const
 
 void DriverSession::enableStation(int station, bool enable)
 {
+    if (!isOpen_)
+        return;
     const std::lock_guard<std::mutex> lock(mutex_);
     if (enable) {
         offByUser_.erase(station);

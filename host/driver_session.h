@@ -94,7 +94,7 @@ public:
     Queued write(const Span &span, const QByteArray &values, RequestLedger::Done done, int ownerId = 0);
 
     /// Switches a station off or on for the user: one that is off is neither polled nor written, until it is switched
-    /// on again here. Queued requests to it end as StationOff.
+    /// on again here. Queued requests to it end as StationOff. Does nothing when the session is not open.
     void enableStation(int station, bool enable);
 
     /// True while reads or writes are queued that somebody waits for.
@@ -127,6 +127,7 @@ private:
     static void onReadFinish(qint32 hostHandle, qint32 ownerId, qint32 ownerTag, qint32 status);
     static void onCommError(QList<RW_VAR> *list, qint32 ownerId, qint32 reason);
 
+    std::optional<QString> whyNotHere(const Span &span) const;
     std::optional<QString> whyNotNow(const Span &span) const;
     std::map<int, int> piecesInList(bool write) const;
     int listLength(bool write) const;
