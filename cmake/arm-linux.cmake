@@ -13,4 +13,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
+# Notes that old compilers passed some arguments otherwise; nothing here was built by one.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
+
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${FP_ARM_SYSROOT})

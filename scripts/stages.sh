@@ -22,8 +22,14 @@ stage()
     exit 1
 }
 
-# The test runner's own closing line of the stage before.
-closing_line()
+# The lines of the last stage's log that match a pattern, without the test runner's number in front.
+from_log()
 {
-    grep -h 'tests passed,' "$logs/$((stage_number - 1)).log"
+    sed -nE "/$1/ { s/^[0-9]+: //; p }" "$logs/$((stage_number - 1)).log"
 }
+
+# What the test runner said at the end of the last stage: its closing line, how many tests it ran, and how many of them
+# carry a label.
+closing_line() { from_log 'tests passed,'; }
+tests_run() { closing_line | sed -E 's/.* out of //'; }
+labelled() { from_log "^$1 .*sec.proc" | sed -E 's/.*\(([0-9]+) tests?\)/\1/'; }

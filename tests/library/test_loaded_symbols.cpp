@@ -138,7 +138,9 @@ TEST(DynamicSymbols, NothingThatDoesInputOrOutputOrStartsThreadsIsAskedFor)
         EXPECT_EQ(0u, forbidden.count(symbol.name)) << symbol.name;
         EXPECT_EQ(std::string::npos, symbol.name.find("QThread")) << symbol.name;
         EXPECT_EQ(std::string::npos, symbol.name.find("QFile")) << symbol.name;
+#ifdef QT_NO_DEBUG // Qt's own headers warn in debug builds
         EXPECT_EQ(std::string::npos, symbol.name.find("QMessageLogger")) << symbol.name;
+#endif
     }
     EXPECT_TRUE(sawAny);
 }
