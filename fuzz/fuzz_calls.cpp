@@ -21,7 +21,7 @@ static void ignoreCommFailed(QList<RW_VAR> *, qint32, qint32) {}
 
 enum {
     kMostCalls = 150,
-    kMostCells = 60000,     // what one input may make; a larger store is a matter of memory, not of correctness
+    kMostCells = 20000,     // what one input may make; a larger store is a matter of memory, not of correctness
     kMostListEntries = 2000 // likewise, for the lists that have no limit
 };
 
@@ -203,7 +203,7 @@ static void rebuild(Dice &dice)
         item.station = quint8(dice.below(256));
         item.addrText = anyText(dice);
         item.name = anyText(dice);
-        item.count = anyInt(dice);
+        item.count = i == 1 ? anyInt(dice) : dice.below(600); // one huge item per list is enough
         items.append(item);
     }
     ReCreatReadVarList(&items);

@@ -130,14 +130,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     static KeptAreas before;
     before.keep();
     for (int i = 0; i < 12 && !dice.usedUp(); ++i) {
-        if (!ComCommunication()) {
+        const bool queued = ComCommunication() != nullptr;
+        if (PLC_driver.curReqKind == RequestWrite) // a write shows in the store when its turn comes, frame or no frame
+            before.keep();
+        if (!queued) {
             QByteArray nothing;
             require(DataCom(&nothing, 0)->result == 1, "a reply without a request is reported good");
             continue;
         }
-        const bool mirrored = PLC_driver.curReqKind == RequestWrite; // writes show in the store when they are built
-        if (mirrored)
-            before.keep();
         int told = 0;
         std::vector<char> memory;
         const QByteArray given = nextReply(dice, told);
