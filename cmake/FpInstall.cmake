@@ -7,6 +7,12 @@
 #    it asks for the same name, and both meet the same file. What a version number would have to tell apart, the Qt
 #    that the library was built with, the installed package files tell.
 
+option(FP_DEBIAN_PACKAGES "Prepare for cpack: Debian packages" OFF)
+if(FP_DEBIAN_PACKAGES)
+    include(FpPackages) # names another place for the documents, and compresses
+else()
+    set(FP_MANUAL_PAGE ${PROJECT_SOURCE_DIR}/packaging/fplink.1)
+endif()
 include(CMakePackageConfigHelpers)
 
 set(FP_PACKAGE matsushita_tcpip_net)
@@ -79,4 +85,5 @@ install(FILES
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT development)
 if(TARGET fplink)
     install(TARGETS fplink RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+    install(FILES ${FP_MANUAL_PAGE} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endif()
