@@ -21,6 +21,7 @@
 #include <future>
 #include <list>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 #include <sys/socket.h>
@@ -33,7 +34,7 @@ namespace
 
 constexpr int kLongestWaitMs = 20;    // after which a thread looks whether it shall end
 constexpr int kSendTimeoutMs = 5000;  // a host that takes nothing for so long is given up
-constexpr int kMostConnections = 256; // per port; more are closed at once
+constexpr int kMostConnections = 128; // per port; more are closed at once
 constexpr int kReadSize = 16384;      // bytes taken from a socket at a time
 constexpr int kMostDue = 1000000;     // deliveries; while more wait, nothing is taken from the socket
 
@@ -213,17 +214,31 @@ private:
     void accept(qintptr descriptor)
     {
         if (connections_ >= kMostConnections) {
-            QTcpSocket refused;
-            refused.setSocketDescriptor(descriptor); // closed by its destructor
+            refuse(descriptor);
             return;
         }
         ++connections_;
         Worker &worker = workers_.emplace_back();
-        worker.thread = std::thread([this, &worker, descriptor] {
-            Connection(simulator_, kind_, stopping_).serve(descriptor);
+        try {
+            worker.thread = std::thread([this, &worker, descriptor] { work(&worker, descriptor); });
+        } catch (const std::system_error &) { // no more threads to be had
+            workers_.pop_back();
             --connections_;
-            worker.ended = true;
-        });
+            refuse(descriptor);
+        }
+    }
+
+    void work(Worker *worker, qintptr descriptor)
+    {
+        Connection(simulator_, kind_, stopping_).serve(descriptor);
+        --connections_;
+        worker->ended = true;
+    }
+
+    static void refuse(qintptr descriptor)
+    {
+        QTcpSocket refused;
+        refused.setSocketDescriptor(descriptor); // closed by its destructor
     }
 
     void buryEnded()

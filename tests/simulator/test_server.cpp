@@ -174,6 +174,20 @@ TEST(Server, CountsItsConnections)
     EXPECT_EQ(served.server.connections(), 0);
 }
 
+TEST(Server, Serves128ConnectionsAndClosesTheNext)
+{
+    Served served;
+    std::vector<std::unique_ptr<Host>> hosts;
+    for (int i = 0; i < 128; ++i) {
+        hosts.push_back(std::make_unique<Host>(served.server.port()));
+        ASSERT_EQ(hosts.back()->ask(kRead, 17), kReply) << i;
+    }
+    Host surplus(served.server.port());
+    EXPECT_TRUE(surplus.closedByPeer());
+    EXPECT_EQ(hosts.front()->ask(kRead, 17), kReply);
+    EXPECT_EQ(served.server.connections(), 128);
+}
+
 TEST(Server, SendsBigReplies)
 {
     Served served;

@@ -1,7 +1,8 @@
 // server.h - the simulated PLCs behind two TCP ports, one for request frames and one for binary records.
 //
 //  - Needs no event loop and no QCoreApplication: sockets live on the server's own threads.
-//  - Every connection is a Line of its own; what the lines deliver is sent in real time.
+//  - Every connection is a Line of its own; what the lines deliver is sent in real time. A port serves 128 connections
+//    at once and closes those that come on top.
 //  - The values move while the server listens.
 
 #pragma once
