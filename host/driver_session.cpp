@@ -133,6 +133,11 @@ QByteArray DriverSession::values(const Span &span) const
 
 std::optional<QString> DriverSession::whyNotHere(const Span &span) const
 {
+    const bool looksLikeAll = span.station % 16 == 15 && span.station != kBroadcast; // "1F" on the wire
+    if (looksLikeAll && !settings_.remote)
+        return QStringLiteral("%1: station %2 cannot be addressed, since its frames read like those to all stations")
+            .arg(elementName(span.kind, span.first))
+            .arg(span.station);
     if (settings_.multiStation || span.station == settings_.station)
         return std::nullopt;
     return QStringLiteral("%1: station %2 is not the one station of this connection, %3")

@@ -87,6 +87,9 @@ public:
     /// it (1,024 entries of 16 words).
     Queued read(const Span &span, RequestLedger::Done done, int ownerId = 0);
 
+    /// Stations 15, 31, 47 and so on are refused: the driver addresses them with the same two characters as all
+    /// stations, so a write would reach every PLC. Binary records carry the whole number and are not affected.
+    ///
     /// Writes values, in the form of values(), to the PLC. Refused as above, and when the area is read-only or the
     /// values are not as many as the span has elements; a bit's byte is 0 or 1.
     /// The driver's own store shows the values from the moment at which the frame is built, before the PLC has
