@@ -1,4 +1,4 @@
-// test_frames.cpp - every request that the driver builds says, to a reader of its own, what the variable says.
+// test_request_frames.cpp - every request that the driver builds says, to a reader of its own, what the variable says.
 
 #include "plain_plc.h"
 #include "properties.h"
