@@ -15,7 +15,7 @@ std::vector<NamedScenario> driverScenarios()
 std::vector<NamedScenario> allScenarios()
 {
     std::vector<NamedScenario> all = driverScenarios();
-    for (const auto &more : {floorScenarios(), peerScenarios()})
+    for (const auto &more : {floorScenarios(), peerScenarios(), hostScenarios()})
         all.insert(all.end(), more.begin(), more.end());
     return all;
 }

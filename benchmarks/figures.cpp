@@ -172,7 +172,7 @@ Report::Report(const Measurements &measured) : m_measured(measured)
 {
     m_groups = {figuresToReach(measured),
                 scenarios(measured, "One exchange in memory", {"driver/"}),
-                scenarios(measured, "Floors and peers beside it", {"floor/", "peer/"}),
+                scenarios(measured, "Floors, peers and the host beside it", {"floor/", "peer/", "host/"}),
                 overTcp(measured),
                 sweeps(measured),
                 scenarios(measured, "Growth",

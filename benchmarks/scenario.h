@@ -41,6 +41,8 @@ std::vector<NamedScenario> driverScenarios(); ///< the driver's exported functio
 std::vector<NamedScenario> floorScenarios();  ///< the same exchange written straight: what it has to cost at least
 std::vector<NamedScenario> peerScenarios();   ///< a 16-register read by Modbus libraries
 
+std::vector<NamedScenario> hostScenarios(); ///< the reference host with the driver, against the server
+
 /// All of them, in the order given above.
 std::vector<NamedScenario> allScenarios();
 
