@@ -146,7 +146,7 @@ void Simulator::Private::tell(const QByteArray &request, const QByteArray &reply
 QByteArray Simulator::Private::answer(const QByteArray &request, Line::Kind kind, const Respond &respond)
 {
     std::unique_lock<std::mutex> lock(mutex);
-    const QByteArray reply = serve(addresseeOf(request, kind), request, respond);
+    QByteArray reply = serve(addresseeOf(request, kind), request, respond);
     tell(request, reply, &lock);
     return reply;
 }

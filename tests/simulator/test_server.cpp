@@ -208,10 +208,13 @@ TEST(Server, MovesTheValuesInRealTime)
     counter.number = 50;
     counter.periodMs = 10;
     served.plc->addMovement("01", counter);
-    QThread::msleep(500);
-    const int steps = served.plc->word("01", Area::DT, 50).value();
-    EXPECT_GE(steps, 40);
-    EXPECT_LE(steps, 500); // a loaded machine sleeps longer
+    QElapsedTimer timer;
+    timer.start();
+    const auto steps = [&served] { return int(served.plc->word("01", Area::DT, 50).value()); };
+    while (steps() < 30 && timer.elapsed() < kPatienceMs)
+        QThread::msleep(5);
+    EXPECT_GE(steps(), 30);
+    EXPECT_GE(timer.elapsed(), 150); // 300 by the clock, less a tick that was under way when the movement came
 }
 
 TEST(Server, PortInUseIsToldAndNothingStaysOpen)
@@ -246,7 +249,7 @@ TEST(Server, CloseEndsConnectionsAndListenMayFollow)
     QElapsedTimer timer;
     timer.start();
     served.server.close();
-    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_LT(timer.elapsed(), kPatienceMs);
     EXPECT_TRUE(host.closedByPeer());
     EXPECT_EQ(served.server.port(), 0);
     EXPECT_EQ(served.server.remotePort(), 0);
@@ -286,13 +289,13 @@ TEST(ServerFaults, DelayAndDripTakeRealTime)
     QElapsedTimer timer;
     timer.start();
     EXPECT_EQ(host.ask(kRead, 17), kReply);
-    EXPECT_GE(timer.elapsed(), 100 + 16 * 10);
+    EXPECT_GE(timer.elapsed(), 250); // 100 and sixteen times 10, less what rounding to milliseconds takes away
 }
 
 TEST(ServerFaults, DelayedAnswerLetsTheNextRequestComeTooSoon)
 {
     Served served;
-    plan(served, "delay 300");
+    plan(served, "delay 1000");
     Host host(served.server.port());
     host.send(kRead);
     QThread::msleep(100);
@@ -356,5 +359,5 @@ TEST(ServerFaults, CloseDoesNotWaitForAnswersThatAreDueLater)
     QElapsedTimer timer;
     timer.start();
     served.server.close();
-    EXPECT_LT(timer.elapsed(), 1000);
+    EXPECT_LT(timer.elapsed(), kPatienceMs);
 }
