@@ -51,23 +51,6 @@ quint16 decodeWord(const char *chars)
     return quint16(decodeByte(c + 2) << 8 | decodeByte(c));
 }
 
-/// Decodes \a count words into \a out.
-void decodeWords(const char *chars, int count, quint16 *out)
-{
-#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
-    // Low byte first is the processor's own order: the reply is the memory, in hexadecimal.
-    const unsigned char *c = reinterpret_cast<const unsigned char *>(chars);
-    quint8 *bytes = reinterpret_cast<quint8 *>(out);
-    for (quint8 *const end = bytes + 2 * count; bytes != end; bytes += 2, c += kCharsPerWord) {
-        bytes[0] = decodeByte(c);
-        bytes[1] = decodeByte(c + 2);
-    }
-#else
-    for (int i = 0; i < count; ++i)
-        out[i] = decodeWord(chars + i * kCharsPerWord);
-#endif
-}
-
 /// The data characters of a reply, as the request being answered says where they are.
 struct ReplyWords {
     const char *first; ///< of word 0
@@ -89,9 +72,8 @@ struct ReplyWords {
 void storeRun(const ReplyWords &words, int address, quint16 *area, int size)
 {
     const RunInside inside = insideArea(address, words.there, size);
-    if (inside.first < inside.end)
-        decodeWords(words.first + inside.first * kCharsPerWord, inside.end - inside.first,
-                    area + address + inside.first);
+    for (int i = inside.first; i < inside.end; ++i)
+        area[address + i] = words.at(i); // whole words: a remote reply is stored beside readers
 }
 
 /// Gives cell (station, kind, word) the word \a i of a reply, or an empty value where the reply ends before it.

@@ -5,6 +5,19 @@
 /// The index beside lst_ExtendVar.
 static CellIndex cellIndex;
 
+/// Guards lst_ExtendVar and its index among the driver's own accesses.
+static QMutex cellMutex;
+
+CellAccess::Lock::Lock()
+{
+    cellMutex.lock();
+}
+
+CellAccess::Lock::~Lock()
+{
+    cellMutex.unlock();
+}
+
 CellAccess::CellAccess() : m_change(cellIndex, PLC_driver.lst_ExtendVar) {}
 
 int CellAccess::find(int station, int kind, int word)

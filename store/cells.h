@@ -1,6 +1,9 @@
 // cells.h - the per-station words of multi-station mode, found by key.
 //
-//  - One access at a time, under mutexArea, held by the caller for as long as the CellAccess lives.
+//  - The caller holds mutexArea, except for a reply on the remote path, which never takes it. So that such a reply does
+//  not
+//    meet a host that reads values, an access holds a lock of its own for as long as it lives. It is the last lock
+//    taken.
 
 #ifndef CELLS_H
 #define CELLS_H
@@ -34,6 +37,12 @@ public:
     void store(int station, int kind, int word, quint16 content);
 
 private:
+    struct Lock {
+        Lock();
+        ~Lock();
+    };
+
+    Lock m_lock; // taken before the change begins, released after it has ended
     CellIndex::Change m_change;
 };
 
