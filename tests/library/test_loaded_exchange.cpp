@@ -500,13 +500,13 @@ TEST_F(LoadedExchange, ListsOfOneThousandAndTwentyFourEntriesTakeNoMore)
         ASSERT_EQ(i + 1, readOnce(KindDT, text.c_str(), 1));
     }
     EXPECT_EQ(1024, write(KindDT, "5000", "\x34\x12", 1));
-    EXPECT_EQ(1024, write(KindDT, "6000", "\x34\x12", 1));
+    ASSERT_EQ(1024, write(KindDT, "6000", "\x34\x12", 1));
     EXPECT_EQ(5000, lib.PLC_driver->lst_WriteVar.at(1023).address);
     EXPECT_EQ(1024, write(KindDT, "7", "\x78\x56", 1)) << "a replacement needs no room";
     EXPECT_EQ("78 56", hex(string(lib.PLC_driver->lst_WriteVar.at(7).data)));
 
     EXPECT_EQ(1024, readOnce(KindDT, "5000", 32)) << "the first block fits, the second does not";
-    EXPECT_EQ(1024, readOnce(KindDT, "6000", 1));
+    ASSERT_EQ(1024, readOnce(KindDT, "6000", 1));
     EXPECT_EQ(5000, lib.PLC_driver->lst_OnceReadVar.at(1023).address);
 
     RW_VAR var = lib.PLC_driver->lst_WriteVar.at(0);

@@ -198,6 +198,7 @@ TEST_F(LoadedSetup, ASettingIsReadWhenItIsNeeded)
     readOnce(KindDT, "0", 16);
     info.defaultStation = 4;
     readOnce(KindDT, "0", 16);
+    ASSERT_EQ(2, countOf(lib.PLC_driver->lst_OnceReadVar));
     EXPECT_EQ(3, lib.PLC_driver->lst_OnceReadVar.at(0).station);
     EXPECT_EQ(4, lib.PLC_driver->lst_OnceReadVar.at(1).station);
 }
