@@ -9,6 +9,8 @@
 #include <climits>
 #include <initializer_list>
 #include <memory>
+#include <random>
+#include <string>
 #include <thread>
 
 namespace
@@ -378,6 +380,32 @@ TEST_F(VariableLists, EachCallFillsOnlyItsOwnListAndTheReserveStaysEmpty)
     EXPECT_TRUE(qmap_list.isEmpty());
 }
 
+/// What somebody else may do to a list behind the driver's back; \a dice decides what and where.
+void changeBehindTheDriver(QList<RW_VAR> &list, std::mt19937 &dice)
+{
+    const int place = list.isEmpty() ? 0 : int(dice() % unsigned(countOf(list)));
+    if (list.isEmpty() || countOf(list) > 40) {
+        list = list.mid(0, 20);
+        return;
+    }
+    switch (dice() % 5) {
+    case 0: // the head was served
+        list.removeFirst();
+        break;
+    case 1:
+        list[place].address = int(dice() % 30);
+        break;
+    case 2:
+        list.insert(place, list.at(countOf(list) - 1));
+        break;
+    case 3:
+        list.removeAt(place);
+        break;
+    default: // another list of the same length
+        list.append(list.takeFirst());
+    }
+}
+
 // Polling variables ---------------------------------------------------------------------------------------------------
 
 TEST_F(VariableLists, APollingVariableIsAppendedAsItStands)
@@ -576,6 +604,68 @@ TEST_F(WriteList, TheSearchFollowsTheListWhenSomebodyElseChangedIt)
     PLC_driver.lst_WriteVar.clear();
     EXPECT_EQ(write(variable(KindDT, 13)), 1);
     EXPECT_EQ(write(variable(KindDT, 13)), 2);
+}
+
+TEST_F(WriteList, ALongListFollowsWhatSomebodyElseDidToIt)
+{
+    for (qint32 address = 0; address < 30; ++address)
+        write(variable(KindDT, address));
+    EXPECT_EQ(write(variable(KindDT, 20)), 30);
+    PLC_driver.lst_WriteVar.removeFirst();       // the head was served
+    EXPECT_EQ(write(variable(KindDT, 1)), 30);   // now the head itself: appended
+    PLC_driver.lst_WriteVar[19].address = 500;   // was 20
+    EXPECT_EQ(write(variable(KindDT, 20)), 31);  // no longer there
+    EXPECT_EQ(write(variable(KindDT, 500)), 31); // there now
+    PLC_driver.lst_WriteVar.insert(3, variable(KindDT, 600));
+    EXPECT_EQ(write(variable(KindDT, 600, 1, 1, QByteArray("\x01\x01"))), 32);
+    EXPECT_EQ(text(queued().at(3).data), "\x01\x01");
+    EXPECT_EQ(write(variable(KindDT, 29, 1, 1, QByteArray("\x02\x02"))), 32);
+    EXPECT_EQ(queued().at(29).address, 29);
+    EXPECT_EQ(text(queued().at(29).data), "\x02\x02");
+    PLC_driver.lst_WriteVar.removeAt(10);
+    EXPECT_EQ(write(variable(KindDT, 10)), 32); // entry 10 was the one with this address
+    PLC_driver.lst_WriteVar.clear();
+    EXPECT_EQ(write(variable(KindDT, 29)), 1);
+}
+
+TEST_F(WriteList, SeveralMatchesInALongListAreReplacedInTheirOrder)
+{
+    for (qint32 address = 0; address < 10; ++address)
+        write(variable(KindDT, address));
+    write(variable(KindDT, 0), 1);
+    write(variable(KindDT, 0), 1); // 0 stands at 0, 10 and 11
+    EXPECT_EQ(write(variable(KindDT, 0, 1, 1, QByteArray("\x01\x01"))), 12);
+    EXPECT_EQ(text(queued().at(0).data), "");
+    EXPECT_EQ(text(queued().at(10).data), "\x01\x01");
+    EXPECT_EQ(text(queued().at(11).data), "");
+}
+
+TEST_F(WriteList, AnyHistoryOfTheListIsSearchedAsAWalkWould)
+{
+    std::mt19937 dice(1);
+    QList<RW_VAR> expected;
+    for (qint32 turn = 0; turn < 3000; ++turn) {
+        RW_VAR var = variable(KindDT, int(dice() % 30), 1, int(dice() % 2));
+        var.ownerId = turn;
+        const int direct = dice() % 8 == 0 ? 1 : 0;
+        int same = -1;
+        for (int i = countOf(expected) - 1; i >= 1; --i) {
+            if (expected.at(i).address == var.address && expected.at(i).station == var.station)
+                same = i;
+        }
+        if (direct == 1 || same < 0)
+            expected.append(var);
+        else
+            expected[same] = var;
+        ASSERT_EQ(AddListWriteVar(&var, direct), countOf(expected)) << "turn " << turn;
+        ASSERT_EQ(described(queued()), described(expected)) << "turn " << turn;
+        if (dice() % 3 == 0) {
+            changeBehindTheDriver(PLC_driver.lst_WriteVar, dice);
+            expected = QList<RW_VAR>();
+            for (const RW_VAR &entry : queued())
+                expected.append(entry);
+        }
+    }
 }
 
 TEST_F(WriteList, AWriteWaitsForTheListLock)
@@ -948,6 +1038,49 @@ TEST_F(OnceReadList, TheSearchFollowsTheListWhenSomebodyElseChangedIt)
 
     PLC_driver.lst_OnceReadVar.clear();
     EXPECT_EQ(read(asked(KindDT, "51", 1)), 1);
+}
+
+TEST_F(OnceReadList, ALongListFollowsWhatSomebodyElseDidToIt)
+{
+    for (int block = 0; block < 30; ++block)
+        read(asked(KindDT, std::to_string(16 * block).c_str(), 16));
+    EXPECT_EQ(read(asked(KindDT, "0", 480)), 30);
+    PLC_driver.lst_OnceReadVar.removeFirst(); // the head was served
+    EXPECT_EQ(read(asked(KindDT, "16", 16)), 29);
+    EXPECT_EQ(read(asked(KindDT, "0", 16)), 30);
+    PLC_driver.lst_OnceReadVar[10].address = 5000; // was 176
+    EXPECT_EQ(read(asked(KindDT, "5000", 16)), 30);
+    EXPECT_EQ(read(asked(KindDT, "176", 16)), 31);
+    PLC_driver.lst_OnceReadVar.removeAt(5);
+    EXPECT_EQ(read(asked(KindDT, "0", 480)), 31); // the one that was removed
+    EXPECT_EQ(queued().at(30).address, 96);
+    PLC_driver.lst_OnceReadVar.clear();
+    EXPECT_EQ(read(asked(KindDT, "0", 480)), 30);
+}
+
+TEST_F(OnceReadList, AnyHistoryOfTheListIsSearchedAsAWalkWould)
+{
+    std::mt19937 dice(2);
+    QList<RW_VAR> expected;
+    for (qint32 turn = 0; turn < 3000; ++turn) {
+        RW_VAR var = variable(KindDT, int(dice() % 30));
+        var.ownerTag = int(dice() % 2);
+        var.result = turn;
+        const int direct = dice() % 8 == 0 ? 1 : 0;
+        bool waits = false;
+        for (const RW_VAR &entry : expected)
+            waits = waits || (entry.address == var.address && entry.ownerTag == var.ownerTag);
+        if (direct == 1 || !waits)
+            expected.append(var);
+        ASSERT_EQ(AddListOnceReadVar(&var, direct), countOf(expected)) << "turn " << turn;
+        ASSERT_EQ(described(queued()), described(expected)) << "turn " << turn;
+        if (dice() % 3 == 0) {
+            changeBehindTheDriver(PLC_driver.lst_OnceReadVar, dice);
+            expected = QList<RW_VAR>();
+            for (const RW_VAR &entry : queued())
+                expected.append(entry);
+        }
+    }
 }
 
 TEST_F(OnceReadList, TheLastWordOfEachAreaIsReadAndTheOneBehindItIsNot)
@@ -1684,6 +1817,12 @@ TEST_F(PlanningForStations, AnItemBetweenTwoOfACollidingGroupKeepsItsPlaceByFirs
 {
     EXPECT_EQ(planned({{KindDT, "0", 5, 255}, {KindFL, "0", 5, 1}, {KindLD, "5", 5, 0}}),
               (StationBlocks{{KindLD, 0, 0, 10}, {KindFL, 1, 0, 5}}));
+}
+
+TEST_F(PlanningForStations, AnItemWithoutElementsKeepsNoPlaceForItsGroup)
+{
+    EXPECT_EQ(planned({{KindDT, "0", 0, 1}, {KindDT, "0", 5, 2}, {KindDT, "0", 5, 1}}),
+              (StationBlocks{{KindDT, 2, 0, 5}, {KindDT, 1, 0, 5}}));
 }
 
 TEST_F(PlanningForStations, NoKindIsLeftOut)
