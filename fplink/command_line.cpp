@@ -42,22 +42,27 @@ void addLinkOptions(CLI::App &command, LinkOptions &options)
         .add_option_function<std::string>("-p,--plc", text(options.plc), "the PLC; left out: the embedded simulator")
         ->type_name("HOST:PORT");
     command.add_option("-s,--station", options.station, "station of addresses that name none (255: all, to write)")
-        ->check(CLI::Range(0, fphost::kBroadcast))
+        ->check(between(0, fphost::kBroadcast))
+        ->type_name("N")
         ->capture_default_str();
-    command.add_option("--timeout", options.timeoutMs, "longest wait for a reply, in ms")
-        ->check(CLI::Range(1, kLongestMs))
+    command.add_option("--timeout", options.timeoutMs, "longest wait for a reply")
+        ->check(between(1, kLongestMs))
+        ->type_name("MS")
         ->capture_default_str();
-    command.add_option("--connect-timeout", options.connectTimeoutMs, "longest wait for a connection, in ms")
-        ->check(CLI::Range(1, kLongestMs))
+    command.add_option("--connect-timeout", options.connectTimeoutMs, "longest wait for a connection")
+        ->check(between(1, kLongestMs))
+        ->type_name("MS")
         ->capture_default_str();
     command.add_option("--retries", options.retries, "repeats of a request that got no good reply")
-        ->check(CLI::Range(0, 1000))
+        ->check(between(0, 1000))
+        ->type_name("N")
         ->capture_default_str();
     command
         .add_option("--quiet", options.quietMs,
                     "behind a serial converter: keep the connection after a time-out and "
-                    "wait until the line was quiet for so many ms")
-        ->check(CLI::Range(0, kLongestMs))
+                    "wait until the line was quiet for so long")
+        ->check(between(0, kLongestMs))
+        ->type_name("MS")
         ->capture_default_str();
     command.add_flag("--remote", options.remote, "send binary records instead of command frames");
     command.add_option_function<std::string>("--library", text(options.library), "path of the driver library")

@@ -37,6 +37,9 @@ std::optional<Failure> runRead(const ReadOptions &options)
             break;
         all.push_back(values);
     }
+    // Nobody shall take the simulator's values for those of a PLC that he forgot to name.
+    if (connection.embedded() && !options.json)
+        printLine(QStringLiteral("from %1").arg(connection.plcText()));
     // What was read before a failure is shown, but a program that reads JSON gets all or nothing.
     if (!options.json)
         print(valueTable(all, style));

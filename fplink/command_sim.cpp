@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr int kUsualPort = 9094;
-constexpr int kLongestPort = 65535;
+constexpr int kHighestPort = 65535;
 constexpr int kLookMs = 1000;
 
 struct SimOptions {
@@ -115,13 +115,16 @@ RunCommand addSimCommand(CLI::App &command)
     const auto options = std::make_shared<SimOptions>();
     command.add_option("--bind", options->bind, "address to listen on")->type_name("ADDRESS")->capture_default_str();
     command.add_option("--port", options->port, "for command frames; 0 takes a free one")
-        ->check(CLI::Range(0, kLongestPort))
+        ->check(between(0, kHighestPort))
+        ->type_name("N")
         ->capture_default_str();
     command.add_option("--remote-port", options->remotePort, "for binary records; 0 takes a free one")
-        ->check(CLI::Range(0, kLongestPort))
+        ->check(between(0, kHighestPort))
+        ->type_name("N")
         ->capture_default_str();
     command.add_option("-s,--station", options->stations, "station numbers, 0 to 254: 1,2,5")
-        ->check(CLI::Range(0, fphost::kBroadcast - 1))
+        ->check(between(0, fphost::kBroadcast - 1))
+        ->type_name("N")
         ->delimiter(',')
         ->capture_default_str();
     command.add_flag("--moving", options->moving, "move values of every memory area, as the embedded simulator does");

@@ -30,10 +30,12 @@ using fphost::Outcome;
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr double kUsualSeconds = 5;
+constexpr double kShortestSeconds = 0.05;
 constexpr double kLongestSeconds = 1e6;
 constexpr double kSecondsToJudge = 1; // all that moves in the demonstration has moved by then
 constexpr int kRefreshMs = 200;
 constexpr int kUsualCycleMs = 100;
+constexpr int kLongestCycleMs = 3600000;
 constexpr int kMostElements = 10000; // that a person, or a pipe, can follow
 constexpr int kUsualRows = 24;       // of a terminal that does not say how many it has
 constexpr int kRowsAround = 6;       // around the table: head, gaps, last write, what is not shown, cursor
@@ -139,8 +141,8 @@ void Watch::watch()
 
 QString Watch::headLine()
 {
-    return QStringLiteral("%1%2, %3 elements, %4 exchanges, %5 failed")
-        .arg(connection_.embedded() ? QStringLiteral("embedded simulator at ") : QString(), connection_.plcText())
+    return QStringLiteral("%1: %2 elements, %3 exchanges, %4 failed")
+        .arg(connection_.plcText())
         .arg(list_.elements().size())
         .arg(count(Count::Exchanges))
         .arg(count(Count::Failures));
@@ -239,7 +241,9 @@ void Watch::summariseKinds() const
                       .arg(QString::fromLatin1(fphost::areaRow(kind)->name).leftJustified(3))
                       .arg(elements)
                       .arg(elements == 1 ? QString() : QStringLiteral("s"))
-                      .arg(number ? QStringLiteral("changed %1 times").arg(number) : QStringLiteral("unchanged"),
+                      .arg(number == 0   ? QStringLiteral("unchanged")
+                           : number == 1 ? QStringLiteral("changed once")
+                                         : QStringLiteral("changed %1 times").arg(number),
                            unread ? QStringLiteral(", %1 never read").arg(unread) : QString()));
     }
 }
@@ -336,9 +340,11 @@ RunCommand addWatchCommand(CLI::App &command)
     command
         .add_option("--seconds", options->seconds,
                     "how long to watch; left out: until Ctrl-C on a terminal, otherwise 5 seconds")
-        ->check(CLI::Range(0.05, kLongestSeconds));
-    command.add_option("--every", options->link.cycleMs, "ms from one round of reads to the next; 0: without a pause")
-        ->check(CLI::Range(0, 3600000))
+        ->check(between(kShortestSeconds, kLongestSeconds))
+        ->type_name("S");
+    command.add_option("--every", options->link.cycleMs, "from one round of reads to the next; 0: without a pause")
+        ->check(between(0, kLongestCycleMs))
+        ->type_name("MS")
         ->capture_default_str();
     command.add_flag("--signed", options->asSigned, "show words as -32768 to 32767");
     command.footer(kAddressHelp + exitCodeHelp());

@@ -76,6 +76,8 @@ std::optional<Failure> runWrite(const WriteOptions &options)
     Connection connection(options.link);
     if (std::optional<Failure> failure = connection.open(spans))
         return failure;
+    if (connection.embedded()) // nobody shall think that he has written to a PLC that he forgot to name
+        printLine(QStringLiteral("to %1").arg(connection.plcText()));
     for (const Assignment &one : assignments) {
         if (std::optional<Failure> failure = connection.write(one.span, one.bytes))
             return failure;

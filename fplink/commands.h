@@ -28,6 +28,12 @@ RunCommand addWatchCommand(CLI::App &command);
 /// The options that read, write and watch share.
 void addLinkOptions(CLI::App &command, LinkOptions &options);
 
+/// Accepts numbers from \a low to \a high, without spelling that out in the option's help.
+template <typename Number> CLI::Validator between(Number low, Number high)
+{
+    return CLI::Range(low, high).description("");
+}
+
 /// How addresses are written, for --help.
 extern const char kAddressHelp[];
 

@@ -102,6 +102,12 @@ QString Connection::linkTrouble() const
     return linkTrouble_;
 }
 
+QString Connection::plcText() const
+{
+    const QString text = endpointText(endpoint_);
+    return embedded_ ? QStringLiteral("the embedded simulator at ") + text : text;
+}
+
 std::optional<Failure> Connection::waitForLink()
 {
     std::unique_lock<std::mutex> lock(mutex_);

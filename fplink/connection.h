@@ -55,7 +55,7 @@ public:
 
     fphost::Runtime &runtime() { return *runtime_; }
     EmbeddedPlc *embedded() { return embedded_.get(); } // null when a PLC was named
-    QString plcText() const { return endpointText(endpoint_); }
+    QString plcText() const; // "192.168.1.5:9094", "the embedded simulator at 127.0.0.1:40123"
     bool severalStations() const { return severalStations_; }
 
     /// Why a request failed: its exit code and its line.
