@@ -4,6 +4,8 @@
 //  - Between two calls the index shares the list's data (implicit sharing costs one reference). Whoever changes the
 //  list
 //    un-shares it, so the index sees at its next use, at no cost, that it must look at the list anew.
+//  - A key that is changed through a reference taken before the list was shared goes unseen until the entry is met; it
+//    then costs a new look at the list, never more.
 //  - While the driver itself changes the list it must not be shared, or the change would copy it all: that is what
 //    Change is for. Short lists are walked and never shared.
 //  - No lock of its own: the caller holds the list's.
@@ -79,6 +81,10 @@ public:
                 m_found = guess;
             else
                 m_found = m_index.find(key, from);
+            if (m_found >= 0 && !(KeyOf::of(m_list.at(m_found)) == key)) {
+                m_index.rebuild(m_list); // a key was changed through a reference from before the list was shared
+                m_found = m_index.find(key, from);
+            }
             return m_found;
         }
 
@@ -92,7 +98,7 @@ public:
         void removeFirst()
         {
             if (m_current)
-                m_index.dropFirst(KeyOf::of(m_list.at(0)));
+                m_current = m_index.dropFirst(KeyOf::of(m_list.at(0)));
             m_list.removeFirst();
         }
 
@@ -164,9 +170,12 @@ private:
         m_links.push_back(link);
     }
 
-    void dropFirst(const Key &key)
+    /// \return false when the index does not know the entry; it is then of no more use
+    bool dropFirst(const Key &key)
     {
         const typename SameMap::iterator same = m_same.find(key);
+        if (same == m_same.end() || same->second.first != m_removed)
+            return false;
         const qint64 next = m_links.front().next;
         if (next < 0) {
             m_same.erase(same);
@@ -176,6 +185,7 @@ private:
         }
         m_links.pop_front();
         ++m_removed;
+        return true;
     }
 
     bool isFirst(int index) const { return m_links[std::size_t(index)].first; }

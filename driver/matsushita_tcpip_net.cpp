@@ -396,8 +396,9 @@ void countTowardsCycle()
 {
     if (PLC_driver.comInfo->cycleDone != 0)
         return;
-    ++PLC_driver.pollReplyCount;
-    if (PLC_driver.pollReplyCount > countOf(PLC_driver.lst_PollingReadVar)) {
+    const qint64 replies = qint64(PLC_driver.pollReplyCount) + 1;
+    PLC_driver.pollReplyCount = int(replies);
+    if (replies > countOf(PLC_driver.lst_PollingReadVar)) {
         PLC_driver.pollReplyCount = 0;
         PLC_driver.comInfo->cycleDone = 1;
     }

@@ -28,9 +28,9 @@ template <int Digits> static void writeRange(FrameWriter &frame, const RW_VAR &v
 /// Queues a read of one variable with a frame of \a size bytes; the caller writes the frame.
 static Protocol &queueRead(int size, const RW_VAR &var)
 {
-    const int dataLen = charsOfWords(var.count);
+    const qint64 chars = charsOfWords(var.count);
     announceFrames(1);
-    return queueRequest(size, dataLen + kAcknowledge, kReplyHead, dataLen, var);
+    return queueRequest(size, length32(chars + kAcknowledge), kReplyHead, length32(chars), var);
 }
 
 // The builders take their variable by value; a request that comes from qmap_list need not be copied for that.
@@ -141,8 +141,8 @@ static void queueMonitorRegistration(const RW_VAR &var)
 
 static void queueMonitorExecution(const RW_VAR &var)
 {
-    const int dataLen = charsOfWords(qmap_list.size());
-    Protocol &queued = queueRequest(kMonitorSize, dataLen + kMonitorReply, kMonitorDataPos, dataLen, var);
+    const int chars = length32(charsOfWords(qmap_list.size()));
+    Protocol &queued = queueRequest(kMonitorSize, chars + kMonitorReply, kMonitorDataPos, chars, var);
     FrameWriter(queued.frame, kMonitorSize, var.station, "MG").closeUnchecked();
 }
 

@@ -62,8 +62,8 @@ void Remote_ReadVar(RW_VAR *var)
 {
     if (var->extra1 == kGroupedRead || var->extra1 == kNeverForwarded)
         return;
-    const int dataLen = charsOfWords(var->count);
+    const qint64 chars = charsOfWords(var->count);
     const QByteArray record = remoteRecord(*var, QByteArray());
-    queueRequest(sizeOf(record), dataLen + kAcknowledge, kReplyHead, dataLen, *var).frame = record;
+    queueRequest(sizeOf(record), length32(chars + kAcknowledge), kReplyHead, length32(chars), *var).frame = record;
     announceFrames(1);
 }

@@ -31,10 +31,16 @@ enum {                                          // characters on the wire
 };
 static_assert(kAcknowledge == 9, "a reply without data is 9 bytes");
 
-/// Characters of \a words data words; held inside 32 bits for counts that no PLC has.
-inline int charsOfWords(qint64 words)
+/// \a length where it fits 32 bits, else the nearest number that does: counts that no PLC has must not overflow.
+inline int length32(qint64 length)
 {
-    return int(qBound(qint64(-1000000000), words * kCharsPerWord, qint64(1000000000)));
+    return int(qBound(-qint64(0x7FFFFFFF) - 1, length, qint64(0x7FFFFFFF)));
+}
+
+/// Characters of \a words data words.
+inline qint64 charsOfWords(qint64 words)
+{
+    return words * kCharsPerWord;
 }
 
 /// Writes one frame from its header to its CR.
