@@ -173,20 +173,20 @@ Failure Connection::failureOf(const fphost::Finished &finished) const
     const QString name = addressOf(finished.span, severalStations_);
     QString part;
     if (finished.write && finished.piecesDone > 0)
-        part =
-            QStringLiteral(" (%1 of %2 write requests were done before)").arg(finished.piecesDone).arg(finished.pieces);
+        part = QStringLiteral(" (%1 of %2 write requests were done)").arg(finished.piecesDone).arg(finished.pieces);
+    const int asked = options_.retries + 1;
+    const QString times = asked == 1 ? QStringLiteral("once") : QStringLiteral("%1 times").arg(asked);
     switch (finished.outcome) {
     case Outcome::Refused:
         return {ExitCode::Refused,
                 QStringLiteral("%1: refused by the PLC: %2%3").arg(name, fphost::errorName(finished.errorCode), part)};
     case Outcome::NoReply:
-        return {ExitCode::TimeOut, QStringLiteral("%1: no reply from station %2 at %3 within %4 ms, asked %5 time%6%7")
+        return {ExitCode::TimeOut, QStringLiteral("%1: no reply from station %2 at %3 within %4 ms, asked %5%6")
                                        .arg(name)
                                        .arg(finished.span.station)
                                        .arg(plcText())
                                        .arg(options_.timeoutMs)
-                                       .arg(options_.retries + 1)
-                                       .arg(options_.retries == 0 ? QString() : QStringLiteral("s"), part)};
+                                       .arg(times, part)};
     case Outcome::BadReply:
         return {ExitCode::BadReply, QStringLiteral("%1: the replies of station %2 at %3 could not be understood%4")
                                         .arg(name)

@@ -30,6 +30,13 @@ int piecesOf(int elements, int perPiece)
 
 } // namespace
 
+Span spanOf(const RW_VAR &var)
+{
+    const bool contacts = var.areaKind == KindT || var.areaKind == KindC;
+    const int scale = contacts ? kBitsPerWord : 1;
+    return {var.areaKind, var.address * scale, var.count * scale, var.station};
+}
+
 DriverSession::~DriverSession()
 {
     close();
@@ -83,6 +90,7 @@ void DriverSession::close()
     offByUser_.clear();
     offAsSilent_.clear();
     parked_.clear();
+    midRequest_ = false;
     isOpen_ = false;
     theSession = nullptr;
     ledger_.endAll(Outcome::Stopped);
@@ -112,6 +120,8 @@ std::optional<QString> DriverSession::setPolling(const std::vector<Span> &spans)
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     parked_.clear();
+    ++generation_;
+    listChanged_ = true;
     api_.ReCreatReadVarList(&items);
     for (const auto *off : {&offByUser_, &offAsSilent_}) {
         for (int station : *off)
@@ -272,6 +282,7 @@ void DriverSession::park(int station)
 {
     Matsushita_TCPIP_net &driver = *api_.PLC_driver;
     api_.EnCommStation(station, 0);
+    listChanged_ = true;
     const QMutexLocker listLock(&driver.mutexList);
     QList<RW_VAR> staying;
     QList<RW_VAR> &parked = parked_[station];
@@ -284,6 +295,7 @@ void DriverSession::unpark(int station)
 {
     Matsushita_TCPIP_net &driver = *api_.PLC_driver;
     api_.EnCommStation(station, 1);
+    listChanged_ = true;
     const QMutexLocker listLock(&driver.mutexList);
     driver.lst_PollingReadVar += parked_[station];
     parked_.erase(station);
@@ -294,7 +306,10 @@ void DriverSession::unpark(int station)
 const Protocol *DriverSession::next()
 {
     std::unique_lock<std::mutex> lock(mutex_);
+    if (!midRequest_)
+        listChanged_ = false;
     inFlight_ = api_.ComCommunication();
+    midRequest_ = inFlight_ != nullptr;
     // What the driver throws away while it chooses belongs to stations that are switched off.
     reconcile(Outcome::StationOff);
     tellEnded(lock);
@@ -311,17 +326,14 @@ std::vector<Span> DriverSession::spansInFlight() const
     std::vector<Span> spans;
     if (!inFlight_ || requestKind() == RequestWrite)
         return spans;
-    const auto add = [&spans](const RW_VAR &var, int count) {
-        const bool contacts = var.areaKind == KindT || var.areaKind == KindC;
-        const int scale = contacts ? kBitsPerWord : 1;
-        spans.push_back({var.areaKind, var.address * scale, count * scale, var.station});
-    };
     if (inFlight_->var.extra1 != kGroupedRead) {
-        add(inFlight_->var, inFlight_->var.count);
+        spans.push_back(spanOf(inFlight_->var));
         return spans;
     }
-    for (const RW_VAR &var : std::as_const(*api_.qmap_list))
-        add(var, 1);
+    for (const RW_VAR &var : std::as_const(*api_.qmap_list)) {
+        spans.push_back(spanOf(var));
+        spans.back().count = 1; // a group has single words
+    }
     return spans;
 }
 
@@ -334,6 +346,7 @@ Answer DriverSession::answer(QByteArray *reply, int length, const Verdict &verdi
     giveToDriver(reply, length, verdict, answer);
     inFlight_ = nullptr;
     answer.ended = std::as_const(api_.PLC_driver->lst_Protocol).isEmpty();
+    midRequest_ = !answer.ended;
     if (answer.ended && kind == RequestPolling)
         answer.pollingEntries = *api_.qmap_length;
     // The limit is meant per request: failures of others, long repaired, shall not use up the repeats of this one.
@@ -387,6 +400,37 @@ int DriverSession::pollingLength() const
 {
     const QMutexLocker listLock(&api_.PLC_driver->mutexList);
     return countOf(api_.PLC_driver->lst_PollingReadVar);
+}
+
+QList<RW_VAR> DriverSession::takeServed(int entries)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Matsushita_TCPIP_net &driver = *api_.PLC_driver;
+    const QMutexLocker listLock(&driver.mutexList);
+    QList<RW_VAR> served;
+    // The driver has turned the list past them, so they stand at its end.
+    if (listChanged_ || entries > countOf(driver.lst_PollingReadVar))
+        return served;
+    for (int i = 0; i < entries; ++i)
+        served.prepend(driver.lst_PollingReadVar.takeLast());
+    return served;
+}
+
+void DriverSession::addPolling(const QList<RW_VAR> &entries, unsigned generation)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (generation != generation_)
+        return;
+    Matsushita_TCPIP_net &driver = *api_.PLC_driver;
+    const QMutexLocker listLock(&driver.mutexList);
+    for (const RW_VAR &entry : entries)
+        (isOff(entry.station) ? parked_[entry.station] : driver.lst_PollingReadVar).append(entry);
+}
+
+unsigned DriverSession::pollingGeneration() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return generation_;
 }
 
 // The ledger ----------------------------------------------------------------------------------------------------------

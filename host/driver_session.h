@@ -54,6 +54,9 @@ struct Queued {
     QString whyNot; ///< one line, when refused
 };
 
+/// The elements of a variable as the driver keeps them: words of T and C are sixteen contacts each.
+Span spanOf(const RW_VAR &var);
+
 class DriverSession
 {
 public:
@@ -126,6 +129,17 @@ public:
     /// Entries of the driver's polling list.
     int pollingLength() const;
 
+    /// Takes the entries that the polling read just answered has served, \a entries of them, out of the polling list.
+    /// Empty when the list has been changed since that read was built.
+    QList<RW_VAR> takeServed(int entries);
+
+    /// Appends entries to the polling list; those of a station that is off wait until it is on again. Does nothing when
+    /// setPolling() has replaced the list since \a generation.
+    void addPolling(const QList<RW_VAR> &entries, unsigned generation);
+
+    /// Counts the calls of setPolling().
+    unsigned pollingGeneration() const;
+
 private:
     static void onReadFinish(qint32 hostHandle, qint32 ownerId, qint32 ownerTag, qint32 status);
     static void onCommError(QList<RW_VAR> *list, qint32 ownerId, qint32 reason);
@@ -163,6 +177,9 @@ private:
     std::set<int> offByUser_;
     std::set<int> offAsSilent_;
     std::map<int, QList<RW_VAR>> parked_; // polling entries of stations that are off
+    unsigned generation_ = 0;             // of the polling list
+    bool listChanged_ = false;            // by us, since the request in flight was chosen
+    bool midRequest_ = false;             // frames or repeats of a request are still to come
 };
 
 } // namespace fphost

@@ -41,14 +41,14 @@ bool aReplyCame(Outcome outcome)
 Exchanger::Exchanger(DriverSession &session, BytePipe &pipe, Clock &clock, const ExchangeSettings &settings,
                      unsigned seed)
     : session_(session), pipe_(pipe), clock_(clock), settings_(settings), reconnect_(settings.reconnect, seed),
-      stations_(settings.stations)
+      stations_(settings.stations), repair_(session, settings.repair)
 {
 }
 
 int Exchanger::step()
 {
     if (!midRequest_)
-        startTrials();
+        tendPolling();
     if (!pipe_.isOpen())
         return connect();
     if (const int wait = pauseBeforeCycle())
@@ -65,12 +65,16 @@ int Exchanger::step()
 
 // What happens between the exchanges ----------------------------------------------------------------------------------
 
-void Exchanger::startTrials()
+// Trials of silent stations, and what has to be done about words that the PLC refuses.
+void Exchanger::tendPolling()
 {
-    if (!stations_.anySilent())
+    if (!stations_.anySilent() && !repair_.isBusy())
         return;
-    for (const int station : stations_.startTrials(clock_.nowUs() / kUsPerMs))
+    const qint64 nowMs = clock_.nowUs() / kUsPerMs;
+    for (const int station : stations_.startTrials(nowMs))
         session_.setStationPresent(station, true);
+    if (repair_.isBusy())
+        repair_.step(nowMs);
 }
 
 int Exchanger::connect()
@@ -188,12 +192,14 @@ void Exchanger::exchange(const Protocol &request)
     const qint64 startUs = clock_.nowUs();
     counters_.add(Count::Exchanges);
     counters_.add(Count::BytesOut, static_cast<unsigned long long>(std::max(length, 0)));
+    Outcome outcome = Outcome::Sent;
     if (!pipe_.send(request.frame.constData(), length))
-        finish(request, Outcome::NoLink, startUs, true);
-    else if (broadcast)
-        finish(request, Outcome::Sent, startUs, true);
-    else
-        finish(request, receive(startUs), startUs, true);
+        outcome = Outcome::NoLink;
+    else if (!broadcast)
+        outcome = receive(startUs);
+    if (outcome == Outcome::NoLink)
+        tellLink(false, QStringLiteral("the connection was lost"));
+    finish(request, outcome, startUs, true);
 }
 
 // Done: receiver_.reply() holds a reply. NoReply: not in time. NoLink: the connection broke.
@@ -246,7 +252,8 @@ void Exchanger::finish(const Protocol &request, Outcome outcome, qint64 startUs,
     midRequest_ = !answer.ended;
     const bool rejected = judged.verdict.outcome == Outcome::Done && !isGood(answer.result);
     const Outcome end = rejected ? Outcome::BadReply : judged.verdict.outcome;
-    const qint64 durationUs = clock_.nowUs() - startUs;
+    const qint64 endUs = clock_.nowUs();
+    const qint64 durationUs = endUs - startUs;
     const bool abandoned = answer.abandoned && end != Outcome::Sent;
     if (sent)
         count(end, durationUs);
@@ -254,8 +261,10 @@ void Exchanger::finish(const Protocol &request, Outcome outcome, qint64 startUs,
         counters_.add(Count::Abandoned);
     if (several)
         noteStation(station, end, silent);
+    if (end == Outcome::Refused && answer.abandoned && saysBadAddress(judged.verdict.errorCode))
+        repair_.refused(answer.pollingEntries, endUs / kUsPerMs);
     notePolling(answer, startUs);
-    leaveLine(outcome, sent);
+    leaveLine(outcome);
     if (observers_.exchange)
         observers_.exchange({requestBytes, outcome == Outcome::Done ? receiver_.reply() : nothing, kind, end,
                              judged.verdict.errorCode, answer.result, answer.ended, abandoned, durationUs, spans});
@@ -336,7 +345,7 @@ void Exchanger::notePolling(const Answer &answer, qint64 startUs)
 }
 
 // After a reply that does not stand alone, and after none, what comes next could not be told from a late reply.
-void Exchanger::leaveLine(Outcome outcome, bool sent)
+void Exchanger::leaveLine(Outcome outcome)
 {
     if (aReplyCame(outcome))
         reconnect_.worked();
@@ -344,8 +353,6 @@ void Exchanger::leaveLine(Outcome outcome, bool sent)
     const bool outOfStep = outcome == Outcome::Done && !receiver_.inStep();
     if (outOfStep)
         counters_.add(Count::OutOfStep);
-    if (outcome == Outcome::NoLink && sent)
-        tellLink(false, QStringLiteral("the connection is lost"));
     if (!outOfStep && outcome != Outcome::NoReply)
         return;
     if (settings_.quietMs > 0)

@@ -10,6 +10,7 @@
 #include "byte_pipe.h"
 #include "counters.h"
 #include "driver_session.h"
+#include "polling_repair.h"
 #include "receiver.h"
 #include "reconnect_policy.h"
 #include "station_policy.h"
@@ -29,6 +30,7 @@ struct ExchangeSettings {
     int quietMs = 0;
     ReconnectPolicy::Settings reconnect;
     StationPolicy::Settings stations; ///< used with several stations only: a single one has no others to protect
+    PollingRepair::Settings repair;
 };
 
 /// One exchange, told when it is over. The references are good during the call.
@@ -80,7 +82,7 @@ private:
         bool handOver = true; // the reply goes to the driver; otherwise the driver is told that nothing came
     };
 
-    void startTrials();
+    void tendPolling();
     int connect();
     int pauseBeforeCycle();
     int idle();
@@ -96,7 +98,7 @@ private:
     void noteStation(int station, Outcome outcome, bool silent);
     void count(Outcome outcome, qint64 durationUs);
     void notePolling(const Answer &answer, qint64 startUs);
-    void leaveLine(Outcome outcome, bool sent);
+    void leaveLine(Outcome outcome);
 
     DriverSession &session_;
     BytePipe &pipe_;
@@ -107,6 +109,7 @@ private:
     Receiver receiver_;
     ReconnectPolicy reconnect_;
     StationPolicy stations_;
+    PollingRepair repair_;
 
     qint64 connectAtUs_ = -1; // when to connect next; -1 = not decided yet
     qint64 cycleStartUs_ = 0; // of the polling cycle that runs

@@ -79,6 +79,11 @@ QString errorName(int code)
     return digits + QLatin1Char(' ') + QString::fromLatin1(row ? row->name : "unknown error");
 }
 
+bool saysBadAddress(int code)
+{
+    return code == 0x60 || code == 0x61;
+}
+
 bool mayPass(int code)
 {
     const ErrorRow *row = rowOf(code);

@@ -25,4 +25,7 @@ QString errorName(int code);
 /// the unit was busy (53).
 bool mayPass(int code);
 
+/// True for errors that say that an address is none of this PLC's (60, 61).
+bool saysBadAddress(int code);
+
 } // namespace fphost

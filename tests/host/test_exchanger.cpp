@@ -478,6 +478,102 @@ TEST(Exchanger, APlcThatForgetsItsRegistrationIsRegisteredAnew)
     EXPECT_EQ(host.count(Count::Refusals), 1u);
 }
 
+// Words that the PLC does not have -----------------------------------------------------------------------------------
+
+TEST(Exchanger, AWordThatThePlcRefusesDoesNotSpoilItsGroup)
+{
+    VirtualHost host({}, quickly());
+    ASSERT_FALSE(host.session.setPolling({{KindDT, 0, 1, 1}, {KindDT, 90000, 1, 1}, {KindLD, 7, 2, 1}}).has_value());
+    host.simulator->setWord("01", Area::DT, 0, 11);
+    host.simulator->setWord("01", Area::LD, 8, 22);
+    host.steps(40);
+    EXPECT_EQ(host.words({KindDT, 0, 1, 1}), std::vector<int>({11}));
+    EXPECT_EQ(host.words({KindLD, 7, 2, 1}), std::vector<int>({0, 22}));
+    EXPECT_EQ(host.count(Count::Refusals), 2u) << "the group, then the word by itself";
+    EXPECT_EQ(host.session.pollingLength(), 2);
+}
+
+TEST(Exchanger, AWordThatThePlcRefusesDoesNotSpoilItsBlock)
+{
+    VirtualHost host({}, quickly());
+    plcsim::StationSettings settings = *host.simulator->settings("01");
+    settings.words.set(Area::DT, 110);
+    host.simulator->setSettings("01", settings);
+    for (int i = 100; i < 110; ++i)
+        host.simulator->setWord("01", Area::DT, i, static_cast<quint16>(i));
+    ASSERT_FALSE(host.session.setPolling({{KindDT, 100, 16, 1}, {KindT, 0, 16, 1}}).has_value());
+    host.steps(60);
+    EXPECT_EQ(host.words({KindDT, 100, 10, 1}), std::vector<int>({100, 101, 102, 103, 104, 105, 106, 107, 108, 109}));
+    EXPECT_EQ(host.count(Count::Refusals), 7u) << "the block, and six words";
+    EXPECT_GT(host.sentBeginning("%01#RDD0010000109**"), 5) << "what can be read is one block again";
+}
+
+TEST(Exchanger, ARefusedWordIsTriedAgainInGrowingPausesAndComesBack)
+{
+    ExchangeSettings exchange = quickly();
+    exchange.repair.firstRetestMs = 1000;
+    exchange.repair.longestRetestMs = 3000;
+    VirtualHost host({}, exchange);
+    ASSERT_FALSE(host.session.setPolling({{KindDT, 0, 1, 1}, {KindDT, 40000, 1, 1}}).has_value());
+    Times asked;
+    host.pipe.tamper = [&asked](const QByteArray &request, Deliveries deliveries, qint64 nowMs) {
+        if (begins(request, "%01#RDD40000"))
+            asked.push_back(nowMs);
+        return deliveries;
+    };
+    host.until([&asked] { return asked.size() == 5; }, 20000);
+    ASSERT_EQ(asked.size(), 5u);
+    const qint64 kPauses[] = {1000, 2000, 3000, 3000};
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_NEAR(static_cast<double>(asked[i + 1] - asked[i]), static_cast<double>(kPauses[i]), 10);
+    plcsim::StationSettings settings = *host.simulator->settings("01");
+    settings.words.set(Area::DT, 50000);
+    host.simulator->setSettings("01", settings);
+    host.simulator->setWord("01", Area::DT, 40000, 44);
+    EXPECT_TRUE(host.until([&host] { return host.session.pollingLength() == 2; }, 20000));
+    host.steps(10);
+    EXPECT_EQ(host.words({KindDT, 40000, 1, 1}), std::vector<int>({44}));
+}
+
+TEST(Exchanger, ANewPollingListForgetsWhatWasRefused)
+{
+    VirtualHost host({}, quickly());
+    ASSERT_FALSE(host.session.setPolling({{KindDT, 0, 1, 1}, {KindDT, 90000, 1, 1}}).has_value());
+    host.steps(4); // refused; its words are being tested
+    ASSERT_FALSE(host.session.setPolling({{KindLD, 7, 1, 1}}).has_value());
+    host.steps(30);
+    EXPECT_EQ(host.session.pollingLength(), 1);
+    EXPECT_GT(host.sentBeginning("%01#RDL0000700007"), 10);
+}
+
+TEST(Exchanger, SilenceInATestDoesNotLoseAWord)
+{
+    VirtualHost host({}, quickly());
+    ASSERT_FALSE(host.session.setPolling({{KindDT, 0, 1, 1}, {KindDT, 90000, 1, 1}}).has_value());
+    host.pipe.tamper = [](const QByteArray &request, Deliveries deliveries, qint64) {
+        return begins(request, "%01#RDD00000") ? Deliveries() : deliveries;
+    };
+    host.until([&host] { return host.count(Count::Abandoned) == 3; });
+    host.pipe.tamper = nullptr;
+    host.simulator->setWord("01", Area::DT, 0, 11);
+    host.steps(20);
+    EXPECT_EQ(host.words({KindDT, 0, 1, 1}), std::vector<int>({11}));
+}
+
+TEST(Exchanger, RefusedWordsOfAStationThatIsOffWaitForIt)
+{
+    VirtualHost host(severalStations(), quickly());
+    ASSERT_FALSE(host.session.setPolling({{KindDT, 0, 1, 2}, {KindDT, 90000, 1, 2}}).has_value());
+    host.until([&host] { return host.count(Count::Refusals) == 1; });
+    host.session.enableStation(2, false);
+    host.steps(30);
+    EXPECT_EQ(host.session.pollingLength(), 0);
+    host.session.enableStation(2, true);
+    host.simulator->setWord("02", Area::DT, 0, 11);
+    host.steps(40);
+    EXPECT_EQ(host.words({KindDT, 0, 1, 2}), std::vector<int>({11}));
+}
+
 // All stations --------------------------------------------------------------------------------------------------------
 
 TEST(Exchanger, SendsABroadcastOnceAndDoesNotWait)

@@ -7,6 +7,7 @@
 using fphost::errorName;
 using fphost::errorResponseCode;
 using fphost::mayPass;
+using fphost::saysBadAddress;
 
 TEST(PlcErrors, AnErrorResponseGivesItsCode)
 {
@@ -58,4 +59,10 @@ TEST(PlcErrors, OnlyTroubleOnTheWayMayPass)
 {
     for (int code = 0; code < 256; ++code)
         EXPECT_EQ(mayPass(code), code == 0x40 || code == 0x43 || code == 0x53) << code;
+}
+
+TEST(PlcErrors, TwoSayThatAnAddressIsBad)
+{
+    for (int code = 0; code < 256; ++code)
+        EXPECT_EQ(saysBadAddress(code), code == 0x60 || code == 0x61) << code;
 }
