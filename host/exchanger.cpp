@@ -14,11 +14,11 @@ namespace
 {
 
 constexpr qint64 kUsPerMs = 1000;
-constexpr int kRepeatPending = 0; // DataCom's codes for an answer that was not good enough, and good
-constexpr int kGood = 1;
+constexpr int kGood = 1; // DataCom's codes for a good answer
 constexpr int kGoodRemote = 100;
 
-constexpr int kMostReads = 64; // reads from a line that will not be quiet, before it is closed
+constexpr int kMostSilences = 3; // requests without a reply in a row, before a connection is not kept any longer
+constexpr int kMostReads = 64;   // reads from a line that will not be quiet, before it is closed
 constexpr int kSwallowBytes = 512;
 
 int msUntil(qint64 thenUs, qint64 nowUs)
@@ -197,6 +197,8 @@ void Exchanger::exchange(const Protocol &request)
         outcome = Outcome::NoLink;
     else if (!broadcast)
         outcome = receive(startUs);
+    if (outcome == Outcome::Done && mayBeLate_ && !standsAlone())
+        outcome = Outcome::BadReply;
     if (outcome == Outcome::NoLink)
         tellLink(false, QStringLiteral("the connection was lost"));
     finish(request, outcome, startUs, true);
@@ -227,6 +229,19 @@ Outcome Exchanger::receive(qint64 startUs)
             return Outcome::Done;
     }
     return Outcome::NoReply;
+}
+
+// After a time-out on a connection that is kept, the first reply may be the one that did not come in time, with the
+// right one behind it, and nothing in it tells the two apart. So it counts only when nothing follows.
+bool Exchanger::standsAlone()
+{
+    char bytes[kSwallowBytes];
+    int came = 0;
+    mayBeLate_ =
+        !receiver_.inStep() || pipe_.receive(bytes, kSwallowBytes, &came, kUsPerMs * settings_.quietMs) == Piped::Bytes;
+    if (mayBeLate_)
+        waitForQuiet();
+    return !mayBeLate_;
 }
 
 // sent: false when there was no connection to send the request on.
@@ -349,15 +364,19 @@ void Exchanger::leaveLine(Outcome outcome)
 {
     if (aReplyCame(outcome))
         reconnect_.worked();
+    silences_ = outcome == Outcome::NoReply ? silences_ + 1 : 0;
 
     const bool outOfStep = outcome == Outcome::Done && !receiver_.inStep();
     if (outOfStep)
         counters_.add(Count::OutOfStep);
     if (!outOfStep && outcome != Outcome::NoReply)
         return;
-    if (settings_.quietMs > 0)
+    if (settings_.quietMs > 0) {
+        mayBeLate_ = true;
         waitForQuiet();
-    else
+    }
+    // A connection may be dead without having been closed, and would then never bring anything again.
+    if (settings_.quietMs <= 0 || silences_ >= kMostSilences)
         pipe_.close();
 }
 
