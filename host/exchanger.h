@@ -92,6 +92,7 @@ private:
 
     void exchange(const Protocol &request);
     Outcome receive(qint64 startUs);
+    bool standsAlone();
     void finish(const Protocol &request, Outcome outcome, qint64 startUs, bool sent);
     Judged judge(const Protocol &request, Outcome outcome);
     Judged judgeRefusal(const Protocol &request, int code);
@@ -118,6 +119,8 @@ private:
     bool idleBefore_ = false;
     bool midRequest_ = false; // frames or repeats of a request are still to come
     bool toldUp_ = false;
+    int silences_ = 0;       // requests without a reply in a row
+    bool mayBeLate_ = false; // the next reply may answer an earlier request
 };
 
 } // namespace fphost
