@@ -26,7 +26,9 @@ struct ExchangeSettings {
     int idleMs = 50;           ///< pause when the driver has nothing to send
     /// After a time-out the connection is closed, so that a late reply cannot be taken for the answer to a later
     /// request. Behind a serial converter that does not help, since the late reply comes to the next connection: with a
-    /// time above 0 the connection is kept, and nothing is sent until the line has been quiet for so long.
+    /// time above 0 the connection is kept, nothing is sent until the line has been quiet for so long, and the next
+    /// reply counts only when nothing follows it for so long. After three requests in a row without a reply the
+    /// connection is closed all the same.
     int quietMs = 0;
     ReconnectPolicy::Settings reconnect;
     StationPolicy::Settings stations; ///< used with several stations only: a single one has no others to protect

@@ -61,7 +61,10 @@ public:
         Deliveries deliveries = line_.take(request, clock_.ms());
         if (tamper)
             deliveries = tamper(request, deliveries, clock_.ms());
-        inbox_.insert(inbox_.end(), deliveries.begin(), deliveries.end());
+        for (const plcsim::Delivery &delivery : deliveries) {
+            if (delivery.kind != plcsim::Delivery::Kind::HalfOpen) // of which the host learns nothing
+                inbox_.push_back(delivery);
+        }
         std::stable_sort(inbox_.begin(), inbox_.end(),
                          [](const plcsim::Delivery &a, const plcsim::Delivery &b) { return a.atMs < b.atMs; });
         return open_;
