@@ -113,8 +113,6 @@ std::vector<Delivery> Line::take(const QByteArray &bytes, qint64 nowMs)
 {
     d->deliveries.clear();
     d->answering = false;
-    if (d->dead)
-        return {};
     for (const QByteArray &request : d->receiver.take(bytes, nowMs, d->simulator->longestFrame())) {
         if (d->dead)
             break;

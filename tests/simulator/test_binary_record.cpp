@@ -299,6 +299,8 @@ TEST(RecordLength, ReadOf128WordsIsToldFromAWriteByItsCheckOrItsFlag)
     EXPECT_EQ(recordLength(Record{0, 1, 10, 0, 128}.build()), 22);
     EXPECT_EQ(recordLength(Record{0, 1, 10, 0, 128, QByteArray(256, '\0')}.build().left(22)), 278);
     EXPECT_EQ(recordLength(Record{1, 1, 10, 0, 128, QByteArray(256, '\0')}.build().left(22)), 278);
+    // 0xA3 is the sum of the bytes before it, so that only the flag tells.
+    EXPECT_EQ(recordLength(Record{1, 1, 10, 0, 128, QByteArray(256, '\xA3')}.build().left(22)), 278);
     EXPECT_EQ(recordLength(Record{0, 1, 2, 0, 256, QByteArray(256, '\0')}.build().left(22)), 278);
     EXPECT_EQ(recordLength(Record{1, 1, 10, 0, 127}.build()), 22);
 }

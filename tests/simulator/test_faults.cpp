@@ -397,6 +397,8 @@ TEST(Fault, SeveralMeetInOneAnswer)
     EXPECT_EQ(seen.back(), "148 \r");
     EXPECT_EQ(host.ask(kWrite, 127), Seen{"148 %01!4302"});
     EXPECT_EQ(host.plc->counters().faults, 1U);
+    host.set("");
+    EXPECT_EQ(host.ask(kWrite, 128), Seen{"148 %01$WD13"}); // out of the unit, though still on the way
 }
 
 TEST(Fault, ChanceIsKeptOverManyRequests)
