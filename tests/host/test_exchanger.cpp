@@ -28,6 +28,29 @@ Deliveries nothing(const QByteArray &, Deliveries, qint64)
     return {};
 }
 
+/// The first reply comes later than it would.
+VirtualPipe::Tamper firstReplyLateBy(qint64 lateMs)
+{
+    return [lateMs, first = true](const QByteArray &, Deliveries deliveries, qint64) mutable {
+        for (plcsim::Delivery &delivery : deliveries)
+            delivery.atMs += first ? lateMs : 0;
+        first = false;
+        return deliveries;
+    };
+}
+
+/// Replies come byte by byte.
+VirtualPipe::Tamper byteEvery(qint64 ms)
+{
+    return [ms](const QByteArray &, Deliveries deliveries, qint64 nowMs) {
+        Deliveries drops;
+        const QByteArray bytes = deliveries.front().bytes;
+        for (int i = 0; i < bytes.size(); ++i)
+            drops.push_back(bytesAt(nowMs + ms * (i + 1), bytes.mid(i, 1)));
+        return drops;
+    };
+}
+
 ExchangeSettings quickly()
 {
     ExchangeSettings settings;
@@ -171,16 +194,8 @@ TEST(Exchanger, AfterATimeOutALateReplyReachesNobody)
     VirtualHost host({}, quickly());
     host.simulator->setWord("01", Area::DT, 100, 1);
     host.simulator->setWord("01", Area::DT, 101, 2);
-    // The first reply comes after the time-out; the same length, station and command as every later one.
-    bool first = true;
-    host.pipe.tamper = [&first](const QByteArray &, Deliveries deliveries, qint64) {
-        if (first) {
-            for (plcsim::Delivery &delivery : deliveries)
-                delivery.atMs += 105;
-        }
-        first = false;
-        return deliveries;
-    };
+    // The same length, station and command as every later reply.
+    host.pipe.tamper = firstReplyLateBy(105);
     EXPECT_EQ(host.read(kDT100), "done");
     EXPECT_EQ(host.read({KindDT, 101, 1, 1}), "done");
     EXPECT_EQ(host.words({KindDT, 100, 2, 1}), std::vector<int>({1, 2}));
@@ -194,19 +209,45 @@ TEST(Exchanger, BehindAConverterTheLineIsLeftToGoQuiet)
     VirtualHost host({}, settings);
     host.simulator->setWord("01", Area::DT, 100, 1);
     host.simulator->setWord("01", Area::DT, 101, 2);
-    bool first = true;
-    host.pipe.tamper = [&first](const QByteArray &, Deliveries deliveries, qint64) {
-        if (first) {
-            for (plcsim::Delivery &delivery : deliveries)
-                delivery.atMs += 115; // 15 after the time-out
-        }
-        first = false;
-        return deliveries;
-    };
+    host.pipe.tamper = firstReplyLateBy(115); // 15 after the time-out
     EXPECT_EQ(host.read(kDT100), "done");
     EXPECT_EQ(host.read({KindDT, 101, 1, 1}), "done");
     EXPECT_EQ(host.words({KindDT, 100, 2, 1}), std::vector<int>({1, 2}));
     EXPECT_EQ(host.pipe.attemptsMs.size(), 1u) << "the connection was kept";
+}
+
+TEST(Exchanger, BehindAConverterAReplyThatCameWithTheNextOneIsNotTakenForIt)
+{
+    ExchangeSettings settings = quickly();
+    settings.quietMs = 30;
+    VirtualHost host({}, settings);
+    int asked = 0;
+    host.pipe.tamper = [&](const QByteArray &, Deliveries deliveries, qint64) {
+        ++asked;
+        if (asked == 1) // held back: the reply of 1, while the word becomes 2
+            return Deliveries();
+        if (asked == 2) {
+            deliveries.front().bytes = "%01$RD010017\r" + deliveries.front().bytes;
+            host.simulator->setWord("01", Area::DT, 100, 3);
+        }
+        return deliveries;
+    };
+    host.simulator->setWord("01", Area::DT, 100, 2);
+    EXPECT_EQ(host.read(kDT100), "done");
+    EXPECT_EQ(asked, 3);
+    EXPECT_EQ(host.words(kDT100), std::vector<int>({3}));
+    EXPECT_EQ(host.pipe.attemptsMs.size(), 1u);
+}
+
+TEST(Exchanger, AConverterThatStaysSilentIsConnectedAnew)
+{
+    ExchangeSettings settings = quickly();
+    settings.quietMs = 30;
+    VirtualHost host({}, settings);
+    ASSERT_FALSE(host.session.setPolling({kDT100}).has_value());
+    host.pipe.tamper = nothing;
+    host.until([&host] { return host.pipe.attemptsMs.size() == 2; });
+    EXPECT_EQ(host.pipe.sent.size(), 3u);
 }
 
 TEST(Exchanger, AConverterThatIsNeverQuietIsDisconnected)
@@ -229,13 +270,7 @@ TEST(Exchanger, ASlowDripWithinTheTimeIsAReply)
 {
     VirtualHost host({}, quickly());
     host.simulator->setWord("01", Area::DT, 100, 7);
-    host.pipe.tamper = [](const QByteArray &, Deliveries deliveries, qint64 nowMs) {
-        Deliveries drops;
-        const QByteArray bytes = deliveries.front().bytes;
-        for (int i = 0; i < bytes.size(); ++i)
-            drops.push_back(bytesAt(nowMs + 5 * (i + 1), bytes.mid(i, 1))); // 13 bytes: the last at 65
-        return drops;
-    };
+    host.pipe.tamper = byteEvery(5); // 13 bytes: the last at 65
     EXPECT_EQ(host.read(kDT100), "done");
     EXPECT_EQ(host.words(kDT100), std::vector<int>({7}));
 }
@@ -243,13 +278,7 @@ TEST(Exchanger, ASlowDripWithinTheTimeIsAReply)
 TEST(Exchanger, ASlowDripDoesNotStretchTheTime)
 {
     VirtualHost host({}, quickly());
-    host.pipe.tamper = [](const QByteArray &, Deliveries deliveries, qint64 nowMs) {
-        Deliveries drops;
-        const QByteArray bytes = deliveries.front().bytes;
-        for (int i = 0; i < bytes.size(); ++i)
-            drops.push_back(bytesAt(nowMs + 10 * (i + 1), bytes.mid(i, 1))); // the last at 130
-        return drops;
-    };
+    host.pipe.tamper = byteEvery(10); // the last at 130
     EXPECT_EQ(host.read(kDT100), "no reply");
     EXPECT_EQ(host.count(Count::TimeOuts), 3u);
 }
