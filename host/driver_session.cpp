@@ -392,8 +392,8 @@ void DriverSession::settle(int kind, int ownerTag, const Answer &answer, const V
     readEvents_.clear();
     if (answer.ended && kind != RequestPolling)
         ledger_.pieceEnded(ownerTag, outcome, verdict.errorCode);
-    if (answer.abandoned)
-        reconcile(Outcome::Dropped);
+    if (answer.abandoned) // what went with it without having been sent
+        reconcile(outcome == Outcome::NoLink ? Outcome::NoLink : Outcome::Dropped);
 }
 
 int DriverSession::pollingLength() const

@@ -809,6 +809,20 @@ TEST(Exchanger, WorkForAPlcThatCannotBeReachedEndsAsSuch)
     EXPECT_EQ(host.write(kDT100, word(2)), "done");
 }
 
+TEST(Exchanger, WritesThatGoWithARequestThatHadNoConnectionHadNoneEither)
+{
+    VirtualHost host;
+    host.pipe.reachable = false;
+    std::vector<std::string> outcomes;
+    for (int i = 0; i < 3; ++i)
+        host.session.write({KindDT, i, 1, 1}, word(1), [&outcomes](const Finished &finished) {
+            outcomes.push_back(VirtualHost::textOf(finished));
+        });
+    host.until([&outcomes] { return outcomes.size() == 3; });
+    EXPECT_EQ(outcomes, std::vector<std::string>(3, "no connection"));
+    EXPECT_EQ(host.pipe.attemptsMs.size(), 3u);
+}
+
 TEST(Exchanger, AFrameInFlightGoesOutAgainOnTheNextConnection)
 {
     VirtualHost host({}, quickly());

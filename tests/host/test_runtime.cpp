@@ -4,6 +4,8 @@
 
 #include "plcsim/server.h"
 
+#include "value_bytes.h"
+
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -18,14 +20,6 @@ namespace
 {
 
 constexpr auto kLong = std::chrono::seconds(20); // nothing waits so long unless it hangs
-
-QByteArray word(int value)
-{
-    QByteArray bytes(2, '\0');
-    bytes[0] = static_cast<char>(value & 255);
-    bytes[1] = static_cast<char>(value >> 8 & 255);
-    return bytes;
-}
 
 /// Simulated PLCs of stations 1 to 3 behind free ports.
 struct Plcs {

@@ -9,6 +9,8 @@
 
 #include "plcsim/line.h"
 
+#include "value_bytes.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -211,14 +213,6 @@ private:
         return outcome;
     }
 };
-
-inline QByteArray word(int value)
-{
-    QByteArray bytes(2, '\0');
-    bytes[0] = static_cast<char>(value & 255);
-    bytes[1] = static_cast<char>(value >> 8 & 255);
-    return bytes;
-}
 
 inline fphost::SessionSettings severalStations()
 {
