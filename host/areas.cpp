@@ -83,8 +83,11 @@ QString elementName(int kind, int element)
 {
     const AreaRow *row = areaRow(kind);
     const QString area = row ? QString::fromLatin1(row->name) : QStringLiteral("?");
-    if (row && row->relay && element >= 0 && element < kBitsPerWord) // "R5", not "R05"
-        return area + QString::number(element, 16).toUpper();
+    if (row && row->relay && element >= 0 && element < kBitsPerWord) { // "R5", not "R05"
+        const QString name = area + QString::number(element, 16).toUpper();
+        if (!areaNamed(name)) // "L0D", since "LD" is the name of an area
+            return name;
+    }
     return area + addressText(kind, element);
 }
 

@@ -51,6 +51,8 @@ TEST(HostAreas, ElementsAreNamedAsTheFieldWritesThem)
 {
     EXPECT_EQ(text(elementName(KindR, 175)), "R10F");
     EXPECT_EQ(text(elementName(KindL, 3)), "L3");
+    EXPECT_EQ(text(elementName(KindL, 13)), "L0D") << "LD is the name of an area";
+    EXPECT_EQ(text(elementName(KindR, 13)), "RD");
     EXPECT_EQ(text(elementName(KindX, 15)), "XF");
     EXPECT_EQ(text(elementName(KindX, 16)), "X10");
     EXPECT_EQ(text(elementName(KindWX, 3)), "WX3");
