@@ -9,7 +9,6 @@
 #include <fstream>
 #include <functional>
 #include <map>
-#include <regex>
 #include <sstream>
 
 namespace
@@ -53,10 +52,8 @@ protected:
 
     void replay(const std::vector<std::string> &lines)
     {
-        static const std::regex answerLine("<- (\\S+) +result (\\d+)");
         for (const std::string &line : lines) {
             SCOPED_TRACE(line);
-            std::smatch parts;
             if (line.rfind("-> ", 0) == 0) {
                 EXPECT_TRUE(calls().empty()) << "a callback that the guide does not show: " << calls().front();
                 const std::string shown = line.substr(3);
@@ -67,9 +64,13 @@ protected:
                     EXPECT_EQ(shown.substr(4), hex(sent));
                 else
                     EXPECT_EQ(shown + "\r", sent);
-            } else if (std::regex_match(line, parts, answerLine)) {
-                const std::string reply = parts.str(1);
-                EXPECT_EQ(std::stoi(parts.str(2)), answer(reply == "(nothing)" ? "" : reply + "\r"));
+            } else if (line.rfind("<- ", 0) == 0) {
+                std::istringstream words(line.substr(3));
+                std::string reply, title;
+                int code = -1;
+                words >> reply >> title >> code;
+                EXPECT_EQ("result", title);
+                EXPECT_EQ(code, answer(reply == "(nothing)" ? "" : reply + "\r"));
             } else if (line.rfind("! ", 0) == 0 && !calls().empty()) {
                 EXPECT_EQ(line.substr(2), calls().front());
                 calls().erase(calls().begin());
@@ -230,36 +231,52 @@ const std::map<std::string, std::function<void(HostGuide &)>> &HostGuide::setUps
     return table;
 }
 
+/// The numbers that follow the name in a line such as "| `frameLen` | 4 | 8 | 24 |" or "frameLen 4 4".
+std::vector<int> numbersBehind(std::string line, std::string *name)
+{
+    for (char &c : line)
+        c = c == '|' || c == '`' ? ' ' : c;
+    std::istringstream words(line);
+    std::vector<int> numbers;
+    words >> *name;
+    for (int number; words >> number;)
+        numbers.push_back(number);
+    return numbers;
+}
+
 /// The rows "field -> numbers" of the guide's table below a record's heading.
 std::map<std::string, std::vector<int>> offsetsInGuide(const std::string &record)
 {
-    static const std::regex row("\\| `?(\\w+)`? \\| (\\d+) \\| (\\d+) \\| (\\d+) \\|");
     std::map<std::string, std::vector<int>> offsets;
     bool here = false;
     for (const std::string &line : linesOf(guide)) {
-        std::smatch parts;
+        std::string field;
         if (line.rfind("### ", 0) == 0)
             here = line == "### " + record;
-        else if (here && std::regex_match(line, parts, row))
-            offsets[parts.str(1)] = {std::stoi(parts.str(2)), std::stoi(parts.str(3)), std::stoi(parts.str(4))};
+        const std::vector<int> numbers = numbersBehind(line, &field);
+        if (here && line.rfind("| ", 0) == 0 && field != "Field")
+            offsets[field] = numbers;
     }
     return offsets;
 }
 
-/// All records of the three checked-in layouts in the same form.
+/// All records of the three checked-in layouts in the same form. There a record begins with "NAME size N", and its
+/// fields follow indented: name, offset, size.
 std::map<std::string, std::map<std::string, std::vector<int>>> offsetsInLayouts()
 {
-    static const std::regex head("(\\w+) +size (\\d+)");
-    static const std::regex field(" +(\\w+) +(\\d+) +\\d+");
     std::map<std::string, std::map<std::string, std::vector<int>>> records;
     for (const char *name : {"32bit.txt", "64bit.txt", "64bit-qt6.txt"}) {
         std::string record;
         for (const std::string &line : linesOf(std::string(LAYOUTS) + "/" + name)) {
-            std::smatch parts;
-            if (std::regex_match(line, parts, head))
-                records[record = parts.str(1)]["size"].push_back(std::stoi(parts.str(2)));
-            else if (std::regex_match(line, parts, field))
-                records[record][parts.str(1)].push_back(std::stoi(parts.str(2)));
+            std::string field;
+            const std::size_t size = line.find(" size ");
+            if (!line.empty() && line[0] != '#' && line[0] != ' ' && size != std::string::npos) {
+                record = line.substr(0, line.find(' '));
+                records[record]["size"].push_back(std::stoi(line.substr(size + 6)));
+            } else if (!line.empty() && line[0] == ' ') {
+                const std::vector<int> numbers = numbersBehind(line, &field);
+                records[record][field].push_back(numbers.at(0));
+            }
         }
     }
     return records;
