@@ -153,7 +153,7 @@ TEST(FplinkWatch, WatchesSeveralStationsOneOfThemSilent)
 {
     Plcs plcs;
     plcs.simulator->setWord("02", Area::DT, 5, 22);
-    const Ran ran = plcs.run("watch DT5 DT5@2 DT5@9 --seconds 2 --timeout 200 --every 10");
+    const Ran ran = plcs.run("watch DT5 DT5@2 DT5@9 --seconds 6 --timeout 200 --every 10");
     EXPECT_EQ(ran.code, 0) << ran.err;
     EXPECT_TRUE(has(ran.out, "DT5@2            =    22  0x0016\n")) << ran.out;
     EXPECT_TRUE(has(ran.out, "  DT  3 elements, unchanged, 1 never read\n")) << ran.out;

@@ -236,9 +236,16 @@ constexpr char kFaults[] = "drop-request 0.5%; error 0.4% any; error 0.3% 53; re
                            "delay 0.2% 130; jitter 0.8% 1..20; late 0.3% 40; late 0.4% 130; duplicate 0.6%; split 0.6%;"
                            "drip 0.4% 1; drip 0.2% 5; glue 0.4%; reset 0.4%; half-open 0.2%; unreadable DT900..909 61";
 
-inline plcsim::FaultPlan faultPlan(quint32 seed)
+/// Without the replies that come twice where real time decides when the second one comes: an acknowledgement that
+/// arrives again when the next write is already out cannot be told from the answer to that write.
+enum class Twice { May, Never };
+
+inline plcsim::FaultPlan faultPlan(quint32 seed, Twice twice = Twice::May)
 {
-    std::optional<plcsim::FaultPlan> plan = plcsim::FaultPlan::parse(QString::fromLatin1(kFaults));
+    QString text = QString::fromLatin1(kFaults);
+    if (twice == Twice::Never)
+        text.remove(QStringLiteral("duplicate 0.6%;"));
+    std::optional<plcsim::FaultPlan> plan = plcsim::FaultPlan::parse(text);
     plan->seed = seed;
     return *plan;
 }

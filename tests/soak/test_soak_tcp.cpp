@@ -70,7 +70,8 @@ public:
     void run()
     {
         for (int station = 1; station <= kStations; ++station)
-            simulator_->setFaultPlan(plcsim::destinationOf(station), soak::faultPlan(static_cast<quint32>(station)));
+            simulator_->setFaultPlan(plcsim::destinationOf(station),
+                                     soak::faultPlan(static_cast<quint32>(station), soak::Twice::Never));
         std::mt19937 dice(314);
         for (const auto end = SteadyClock::now() + kTime; SteadyClock::now() < end;) {
             {
