@@ -10,7 +10,8 @@ namespace
 
 const Span kDT100 = {KindDT, 100, 1, 1};
 
-/// Notes how requests ended, in order: "1 done".
+/// Notes how requests ended, in order: "1 done". Declared before the host, which still tells how the rest ended when it
+/// goes.
 struct Notes {
     std::vector<std::string> all;
     RequestLedger::Done note()
@@ -48,8 +49,8 @@ TEST(DriverSession, RefusesADriverThatSomebodyElseUses)
 
 TEST(DriverSession, LeavesTheDriverEmpty)
 {
-    VirtualHost host;
     Notes notes;
+    VirtualHost host;
     ASSERT_FALSE(host.session.setPolling({kDT100}).has_value());
     ASSERT_EQ(host.session.write(kDT100, word(1), notes.note()).id, 1);
     ASSERT_EQ(host.session.read(kDT100, notes.note()).id, 2);
@@ -129,8 +130,8 @@ TEST(DriverSession, AClosedSessionRefusesEverything)
 
 TEST(DriverSession, AQueueWithoutRoomRefusesTheWholeRequest)
 {
-    VirtualHost host;
     Notes notes;
+    VirtualHost host;
     EXPECT_GT(host.session.write({KindR, 0, 1024, 1}, QByteArray(1024, '\1'), notes.note()).id, 0);
     EXPECT_EQ(host.session.write({KindY, 0, 1, 1}, QByteArray(1, '\1'), notes.note()).whyNot.toStdString(),
               "Y0: the driver's list of writes has no room for 1 more entries");
@@ -143,8 +144,8 @@ TEST(DriverSession, AQueueWithoutRoomRefusesTheWholeRequest)
 
 TEST(DriverSession, ANewerWriteToTheSameElementsTakesThePlaceOfTheOneThatWaits)
 {
-    VirtualHost host;
     Notes notes;
+    VirtualHost host;
     host.session.write({KindDT, 1, 1, 1}, word(1), notes.note()); // the head of the queue is never replaced
     host.session.write({KindDT, 5, 1, 1}, word(2), notes.note());
     host.session.write({KindDT, 5, 1, 1}, word(3), notes.note());
@@ -156,8 +157,8 @@ TEST(DriverSession, ANewerWriteToTheSameElementsTakesThePlaceOfTheOneThatWaits)
 
 TEST(DriverSession, QueuedWorkForAStationThatIsSwitchedOffEndsAsSuch)
 {
-    VirtualHost host(severalStations());
     Notes notes;
+    VirtualHost host(severalStations());
     host.session.write({KindDT, 1, 1, 2}, word(1), notes.note());
     host.session.read({KindDT, 1, 1, 2}, notes.note());
     host.session.write({KindDT, 1, 1, 3}, word(9), notes.note());
@@ -206,8 +207,8 @@ TEST(DriverSession, ALostRequestTakesOthersWithItAndSaysSo)
 {
     SessionSettings settings;
     settings.retryLimit = 0;
-    VirtualHost host(settings);
     Notes notes;
+    VirtualHost host(settings);
     host.pipe.tamper = [](const QByteArray &, VirtualPipe::Deliveries, qint64) { return VirtualPipe::Deliveries(); };
     for (int i = 1; i <= 3; ++i)
         host.session.write({KindDT, i, 1, 1}, word(i), notes.note());
