@@ -157,8 +157,10 @@ TEST(CalLRC, OfASumThatIsAMultipleOf256Is256)
 
 TEST(CalLRC, ReachesTheLongestLength)
 {
-    std::vector<unsigned char> bytes = repeated(65535, 0xFF);
-    EXPECT_EQ(CalLRC(bytes.data(), 65535), 255);
+    std::vector<unsigned char> bytes = repeated(65535, 0x00);
+    bytes[65534] = 0x10;
+    EXPECT_EQ(CalLRC(bytes.data(), 65534), 256);
+    EXPECT_EQ(CalLRC(bytes.data(), 65535), 240);
 }
 
 // Digits --------------------------------------------------------------------------------------------------------------

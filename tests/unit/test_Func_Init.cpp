@@ -343,20 +343,24 @@ protected:
 
 TEST_F(VariableLists, AnEntryOwnsItsStringsAndItsData)
 {
-    std::unique_ptr<RW_VAR> var(new RW_VAR(distinctVariable()));
     const std::string expected = "ownerId 101, ownerTag 102, varFlag 103, remoteMode 104, linkNo 105, result 106, "
                                  "name boiler, addrText 107, areaKind 10, address 108, station 3, count 2, extra1 109, "
                                  "extra2 110, data 01020304";
-    AddListReadVar(var.get());
-    AddListWriteVar(var.get(), 0);
-    AddListOnceReadVar(var.get(), 1);
-    var->name[0] = QLatin1Char('x');
-    var->addrText.clear();
-    var->data[0] = '\x55';
-    var.reset();
-    EXPECT_EQ(described(PLC_driver.lst_PollingReadVar), std::vector<std::string>{expected});
-    EXPECT_EQ(described(PLC_driver.lst_WriteVar), std::vector<std::string>{expected});
-    EXPECT_EQ(described(PLC_driver.lst_OnceReadVar), std::vector<std::string>{expected});
+    const struct {
+        int (*add)(RW_VAR *);
+        const QList<RW_VAR> &list;
+    } calls[] = {{[](RW_VAR *var) { return AddListReadVar(var); }, PLC_driver.lst_PollingReadVar},
+                 {[](RW_VAR *var) { return AddListWriteVar(var, 0); }, PLC_driver.lst_WriteVar},
+                 {[](RW_VAR *var) { return AddListOnceReadVar(var, 1); }, PLC_driver.lst_OnceReadVar}};
+    for (const auto &call : calls) {
+        std::unique_ptr<RW_VAR> var(new RW_VAR(distinctVariable()));
+        call.add(var.get());
+        var->name[0] = QLatin1Char('x');
+        var->addrText.clear();
+        var->data[0] = '\x55';
+        var.reset();
+        EXPECT_EQ(described(call.list), std::vector<std::string>{expected});
+    }
 }
 
 TEST_F(VariableLists, EachCallFillsOnlyItsOwnListAndTheReserveStaysEmpty)

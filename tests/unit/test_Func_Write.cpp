@@ -103,7 +103,7 @@ TEST_F(WriteFrames, AContactsStateIsExactly0Or1AndAnyOtherByteLeavesAZeroByte)
 
 TEST_F(WriteFrames, OnlyTheFirstByteOfAContactsDataCountsAndItsCountDoesNot)
 {
-    EXPECT_EQ(writeRequest(variable(KindR, 0x23, 7, 1, bytes("\x01\0\x01"s))), "%01#WCSR0023122\r");
+    EXPECT_EQ(writeRequest(variable(KindR, 0x23, 3, 1, bytes("\x01\0\0"s))), "%01#WCSR0023122\r");
     EXPECT_EQ(writeRequest(variable(KindR, 0x23, 0, 1, bytes("\x01"))), "%01#WCSR0023122\r");
     EXPECT_EQ(writeRequest(variable(KindR, 0x23, INT_MAX, 1, bytes("\x01"))), "%01#WCSR0023122\r");
 }
