@@ -1622,6 +1622,15 @@ TEST_F(Planning, ItemsWithBadAddressesAreLeftOut)
     EXPECT_EQ(info.cycleDone, 0);
 }
 
+TEST_F(Planning, AnItemBeforeElement0IsLeftOutAlthoughItReachesIntoTheArea)
+{
+    const qint32 modes[] = {0, 1};
+    for (qint32 multiStation : modes) {
+        info.multiStation = multiStation;
+        EXPECT_EQ(plan({{KindDT, "-10", 30}, {KindX, "-10", 100}, {KindT, "-10", 100}}), Blocks());
+    }
+}
+
 TEST_F(Planning, ItemsOfUnknownKindsAreLeftOut)
 {
     EXPECT_EQ(plan({{15, "100", 5}, {KindEV, "100", 5}, {255, "100", 5}}), (Blocks{{KindEV, 100, 5}}));
@@ -1825,8 +1834,10 @@ TEST_F(PlanningForStations, AnItemBetweenTwoOfACollidingGroupKeepsItsPlaceByFirs
 
 TEST_F(PlanningForStations, AnItemWithoutElementsKeepsNoPlaceForItsGroup)
 {
-    EXPECT_EQ(planned({{KindDT, "0", 0, 1}, {KindDT, "0", 5, 2}, {KindDT, "0", 5, 1}}),
-              (StationBlocks{{KindDT, 2, 0, 5}, {KindDT, 1, 0, 5}}));
+    const StationBlocks expected = {{KindDT, 2, 0, 5}, {KindDT, 1, 0, 5}};
+    EXPECT_EQ(planned({{KindDT, "0", 0, 1}, {KindDT, "0", 5, 2}, {KindDT, "0", 5, 1}}), expected);
+    EXPECT_EQ(planned({{KindDT, "100", -33, 1}, {KindDT, "0", 5, 2}, {KindDT, "0", 5, 1}}), expected);
+    EXPECT_EQ(planned({{KindDT, "1000000", 5, 1}, {KindDT, "0", 5, 2}, {KindDT, "0", 5, 1}}), expected);
 }
 
 TEST_F(PlanningForStations, NoKindIsLeftOut)
