@@ -45,9 +45,9 @@ MATSUSHITA_EXPORT int QueryFinishFlag();
 /// The element number that an address text stands for.
 /// Kinds 0 to 3: a decimal word number followed by one hexadecimal bit digit, word x 16 + bit; a single character is
 /// the bit digit alone. Every other kind (negative ones too): the whole text as a decimal number. A part that is no
-/// number counts as 0. \return the element number; negative for a bad address: empty text (kinds 0 to 3), a minus sign,
-/// a number that does
-///         not fit 32 bits
+/// number counts as 0: with kinds 0 to 3 "-5" is bit 5, since a lone minus sign is no number, and "-1F" is -1.
+/// \return the element number; negative for a bad address: empty text (kinds 0 to 3), a negative number, a number that
+///         does not fit 32 bits
 /// Examples: (0, "10F") = 175, (2, "7") = 7, (1, "12A") = 202, (10, "12345") = 12345, (9, "12A") = 0, (0, "") = -1.
 /// Any thread, no lock.
 MATSUSHITA_EXPORT int PLCAddressChangeIntef(int areaKind, const QString &text);
