@@ -3,8 +3,7 @@
 //  - Every round gives each client the same time, one after another, each with a connection of its own; what the
 //    machine does meanwhile touches all of them.
 //  - Prints one line per round and client: "round", client, exchanges per second, microseconds of the client's
-//  processor
-//    time per exchange; and one line per way to sweep: "sweep", client, frames, bytes. Parted by tabs.
+//    processor time per exchange; and one line per way to sweep: "sweep", client, frames, bytes. Parted by tabs.
 
 #include "driver_exchanges.h"
 #include "fixed_answers.h"

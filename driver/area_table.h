@@ -1,7 +1,7 @@
 // area_table.h - what is known of each area kind: its letters on the wire, its local words, its size.
 //
 //  - The one place that maps kinds to local areas. A null row answers for kinds that came from outside and mean
-//  nothing.
+//    nothing.
 //  - Sizes bound everything that a caller can ask for: nothing is stored, planned or queued for elements outside.
 
 #ifndef AREA_TABLE_H

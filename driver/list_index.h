@@ -2,8 +2,7 @@
 //
 //  - The list stays the truth: the index answers as a walk from the front would, whatever anybody did to the list.
 //  - Between two calls the index shares the list's data (implicit sharing costs one reference). Whoever changes the
-//  list
-//    un-shares it, so the index sees at its next use, at no cost, that it must look at the list anew.
+//    list un-shares it, so the index sees at its next use, at no cost, that it must look at the list anew.
 //  - A key that is changed through a reference taken before the list was shared goes unseen until the entry is met; it
 //    then costs a new look at the list, never more.
 //  - While the driver itself changes the list it must not be shared, or the change would copy it all: that is what

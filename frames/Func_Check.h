@@ -31,9 +31,8 @@ int DigitalToASCII(int digit);
 int ASCIIToDigital(int ch);
 
 /// Checks a reply: header, CR, upper-case check code, and the response mark as the head request's varFlag asks.
-/// \param length  bytes received. Fewer than 4, or more than \a reply holds, is a bad reply; nothing past the bytes
-/// that
-///                are there is read.
+/// \param length  bytes received. Fewer than 4, or more than \a reply holds, is a bad reply; nothing past the
+///                bytes that are there is read.
 /// \return 0 reject, 1 good and to be stored (varFlag 0), 2 good with nothing to store (varFlag 1; an error response
 ///         counts too)
 /// lst_Protocol must not be empty. Takes no lock.

@@ -1,7 +1,7 @@
 // Func_Write.h - the builders of write requests.
 //
 //  - Each builder appends at most one frame to lst_Protocol and announces it in ComInfo; it does not change its
-//  variable.
+//    variable.
 //  - Positions that have no value (a kind without a letter, a bit that is neither 0 nor 1, words missing from the data)
 //    are zero bytes; the length of the frame stays.
 //  - The communication cycle calls them with mutexList held; only the mirroring takes a lock, mutexArea.

@@ -1,8 +1,7 @@
 // driver_session.h - the driver's side of the host: its settings record, its callbacks, and typed calls to it.
 //
 //  - The communication thread calls next() and answer() in turn; every other thread reads and writes values, changes
-//  the
-//    polling list and switches stations at any time.
+//    the polling list and switches stations at any time.
 //  - Every write and every one-shot read ends with an outcome; see request_ledger.h.
 //  - The driver has one object per process and its callbacks carry no address of ours, so one session at a time.
 //  - No socket, no clock: what is sent, and how long an answer may take, is the exchanger's business.

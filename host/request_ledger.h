@@ -1,9 +1,8 @@
 // request_ledger.h - what became of every write and every one-shot read that the host queued with the driver.
 //
 //  - The driver may drop queued entries without a word (a full list, a station that is switched off, an abandoned
-//  request
-//    that takes others with it, a newer write to the same target). The ledger compares what it expects to be queued
-//    with what really is, so that every request ends with an outcome and none is lost in silence.
+//    request that takes others with it, a newer write to the same target). The ledger compares what it expects to be
+//    queued with what really is, so that every request ends with an outcome and none is lost in silence.
 //  - Knows numbers only: no driver, no socket, no clock, no lock of its own.
 
 #pragma once

@@ -1,8 +1,7 @@
 // station_policy.h - which stations are switched off because they stay silent, and when they are tried again.
 //
 //  - A silent station costs the others one time-out per request, so after a few it is left alone and probed from time
-//  to
-//    time, in growing pauses. One reply, an error response too, brings it back.
+//    to time, in growing pauses. One reply, an error response too, brings it back.
 //  - No clock, no socket: the caller passes the time in and carries out what is decided.
 
 #pragma once

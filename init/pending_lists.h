@@ -1,8 +1,7 @@
 // pending_lists.h - the indexes beside the write list and the one-shot list.
 //
 //  - The list functions find duplicates through them; the communication cycle and the reply intake take entries from
-//  the
-//    front through them. mutexList guards them as it guards the lists.
+//    the front through them. mutexList guards them as it guards the lists.
 
 #ifndef PENDING_LISTS_H
 #define PENDING_LISTS_H

@@ -1,9 +1,8 @@
 // Func_DealData.h - decoding of accepted replies into the local store.
 //
 //  - Every function looks at the head of lst_Protocol, the request being answered, and removes nothing.
-//  - Data characters are upper-case hexadecimal, four per word, low byte first: "3412" is 0x1234. Each digit is masked
-//  to
-//    four bits; no character is rejected.
+//  - Data characters are upper-case hexadecimal, four per word, low byte first: "3412" is 0x1234. Each digit is
+//    masked to four bits; no character is rejected.
 //  - Elements outside their area are ignored. The caller holds mutexArea.
 
 #ifndef FUNC_DEALDATA_H

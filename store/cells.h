@@ -1,9 +1,8 @@
 // cells.h - the per-station words of multi-station mode, found by key.
 //
-//  - The caller holds mutexArea, except for a reply on the remote path, which never takes it. So that such a reply does
-//  not
-//    meet a host that reads values, an access holds a lock of its own for as long as it lives. It is the last lock
-//    taken.
+//  - The caller holds mutexArea, except for a reply on the remote path, which never takes it. So that such a reply
+//    does not meet a host that reads values, an access holds a lock of its own for as long as it lives. It is the
+//    last lock taken.
 
 #ifndef CELLS_H
 #define CELLS_H

@@ -1,7 +1,7 @@
 // test_exchange.cpp - the driver and the simulated PLC, frame by frame, until their memories agree.
 //
 //  - The PLCs' memories move, screens write, one-shot reads come in between; single- and multi-station phases take
-//  turns.
+//    turns.
 //  - At the end of each phase every word of every area of the driver must be the word that the PLC holds.
 //  - FP_EXCHANGES sets the number of exchanges (100,000 without it): FP_EXCHANGES=1000000 is the long span.
 

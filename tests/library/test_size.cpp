@@ -1,8 +1,7 @@
 // test_size.cpp - what the library as built for a panel takes of the panel's memory.
 //
 //  - Code and read-only data: every section that is loaded and not written to. Data: .data and .bss, of which the
-//  driver
-//    object with its areas is all but a little.
+//    driver object with its areas is all but a little.
 
 #include "elf_file.h"
 

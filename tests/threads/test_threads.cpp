@@ -1,8 +1,7 @@
 // test_threads.cpp - the driver between one communication thread and seven host threads.
 //
 //  - Every function that may be called from any thread is called by every host thread, at random, a million times in
-//  all
-//    (FP_CALLS sets another number), while the communication thread exchanges frames with simulated PLCs.
+//    all (FP_CALLS sets another number), while the communication thread exchanges frames with simulated PLCs.
 //  - The rules of the interface are kept: set-up and AddListReadVar come before the communication thread.
 
 #include "fresh_driver.h"

@@ -1,8 +1,8 @@
 // watched_mutex.cpp - lets ThreadSanitizer see Qt's mutexes.
 //
 //  - Qt comes built without ThreadSanitizer, so its locking is invisible to it, and everything that a QMutex guards
-//  would
-//    be reported. The program's own definitions of lock and unlock take precedence over Qt's; they call Qt's and tell.
+//    would be reported. The program's own definitions of lock and unlock take precedence over Qt's; they call Qt's
+//    and tell.
 //  - With the order of locking known, ThreadSanitizer also reports locks that are taken in different orders.
 //  - In other builds this file is empty.
 

@@ -1,7 +1,7 @@
 // test_Func_Check.cpp - check codes, digit conversions and the reply check.
 //
 //  - Expected codes are typed in: worked out by hand or read off published frames, never taken from the code under
-//  test.
+//    test.
 //  - Replies are written as they stand on the wire, check code and CR included.
 
 #include "fresh_driver.h"

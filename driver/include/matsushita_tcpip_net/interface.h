@@ -1,8 +1,7 @@
 // interface.h - everything that libMatsushita_TCPIP_net.so exports: functions with unmangled names, and data objects.
 //
 //  - The driver does no input or output: it opens no socket, starts no thread, keeps no timer. The host sends the
-//  frames,
-//    waits for the replies and calls again.
+//    frames, waits for the replies and calls again.
 //  - Nothing throws. Outcomes are integers; bad input is refused or ignored as each function says, and never touches
 //    memory that is not its own.
 //  - One communication thread alternates ComCommunication and DataCom. The host's other threads call the rest.
@@ -116,9 +115,8 @@ MATSUSHITA_EXPORT int AddListWriteVar(RW_VAR *var, int direct);
 
 /// Queues a one-shot read, converted to words and cut into blocks of 16; each block is skipped where the same requester
 /// already waits for it, and dropped when the list holds 1024 entries. Blocks wholly outside their area are not made.
-/// \param var     its addrText names the first element. On return it holds extra1 and extra2 of 0, the station used,
-/// the
-///                converted kind, and the address and count of the last block.
+/// \param var     its addrText names the first element. On return it holds extra1 and extra2 of 0, the station
+///                used, the converted kind, and the address and count of the last block.
 /// \param direct  1: append the record unchanged and unchecked
 /// \return the length of the one-shot list after the call; 0 for a bad address, and then nothing is changed
 /// Example: 20 bits of X from "0E" become one entry of KindWX, address 0, count 3.
@@ -150,9 +148,8 @@ MATSUSHITA_EXPORT int GetRegisterData(QString *name, int kind, QString *addrText
                                       int count);
 
 /// Writes values: into the local store only, or (hostMode 2) to the PLC through the write list.
-/// \param data      one byte per bit (1 = on, anything else off), two bytes per word (low byte first); missing bytes
-/// are
-///                  sent as 0
+/// \param data      one byte per bit (1 = on, anything else off), two bytes per word (low byte first); missing
+///                  bytes are sent as 0
 /// \param count     number of elements
 /// \param ownerId   copied into the queued records, as is \a ownerTag
 /// \return 0 for a bad address. hostMode other than 2: 1. hostMode 2: the length of the write list after the last piece

@@ -1,8 +1,7 @@
 // records.h - the records that cross the interface between a host and the driver.
 //
 //  - Field order and widths are fixed: hosts are built apart from the library. Every integer has the width that its
-//  type
-//    names, on every target.
+//    type names, on every target.
 //  - The records carry no Qt type traits: a trait would change how a QList keeps them, and so the binary interface.
 //  - Strings and byte arrays are implicitly shared Qt values; a copied record owns its own.
 
