@@ -172,22 +172,40 @@ void WhetherGroup(int n, int size, RW_VAR *var, QList<RW_VAR> *out)
     }
 }
 
+/// Moves every entry \a order[i] of \a list to place i; \a order is used up.
+static void reorder(QList<RW_VAR> &list, std::vector<int> &order)
+{
+    const QList<RW_VAR>::iterator entries = list.begin();
+    for (int i = 0; i < int(order.size()); ++i) {
+        if (order[std::size_t(i)] == i)
+            continue;
+        RW_VAR held = std::move(entries[i]);
+        int place = i;
+        for (int from; (from = order[std::size_t(place)]) != i; place = from) {
+            entries[place] = std::move(entries[from]);
+            order[std::size_t(place)] = place;
+        }
+        entries[place] = std::move(held);
+        order[std::size_t(place)] = place;
+    }
+}
+
 /// Orders \a list by address; entries of the same address keep their order, or turn it around for newestFirst.
 static void orderByAddress(QList<RW_VAR> &list, bool newestFirst)
 {
     typedef std::pair<qint32, int> Place; // address, rank among equals
-    std::vector<Place> order;
-    order.reserve(std::size_t(list.size()));
+    std::vector<Place> places;
+    places.reserve(std::size_t(list.size()));
     for (int i = 0; i < countOf(list); ++i)
-        order.push_back(Place(list.at(i).address, newestFirst ? -i : i));
-    if (std::is_sorted(order.begin(), order.end()))
+        places.push_back(Place(list.at(i).address, newestFirst ? -i : i));
+    if (std::is_sorted(places.begin(), places.end()))
         return;
-    std::sort(order.begin(), order.end());
-    QList<RW_VAR> ordered;
-    ordered.reserve(list.size());
-    for (std::size_t i = 0; i < order.size(); ++i)
-        ordered.append(list.at(newestFirst ? -order[i].second : order[i].second));
-    list = ordered;
+    std::sort(places.begin(), places.end());
+    std::vector<int> order;
+    order.reserve(places.size());
+    for (const Place &place : places)
+        order.push_back(newestFirst ? -place.second : place.second);
+    reorder(list, order);
 }
 
 void Bubble_Sort(QList<RW_VAR> *list)
@@ -256,16 +274,16 @@ void WordVarReCreatBuild(QList<RW_VAR> *group, int maxLen)
 
 void sort_lst_PollingReadVar()
 {
-    const QList<RW_VAR> before = PLC_driver.lst_PollingReadVar;
-    QList<RW_VAR> after;
-    after.reserve(before.size());
-    for (int i = countOf(before) - 1; i >= 0; --i)
-        if (before.at(i).count <= kShortBlock)
-            after.append(before.at(i));
-    for (int i = 0; i < countOf(before); ++i)
-        if (before.at(i).count > kShortBlock)
-            after.append(before.at(i));
-    PLC_driver.lst_PollingReadVar = after;
+    QList<RW_VAR> &list = PLC_driver.lst_PollingReadVar;
+    std::vector<int> order;
+    order.reserve(std::size_t(list.size()));
+    for (int i = countOf(list) - 1; i >= 0; --i)
+        if (list.at(i).count <= kShortBlock)
+            order.push_back(i);
+    for (int i = 0; i < countOf(list); ++i)
+        if (list.at(i).count > kShortBlock)
+            order.push_back(i);
+    reorder(list, order);
 }
 
 namespace
