@@ -36,14 +36,48 @@ bool isNumber(const QString &text)
     return first < end;
 }
 
-Converted decimal(const QString &text)
+/// The number that \a length plain digits from the front of \a text stand for: what nearly every address is made of.
+/// \return -1 for anything else, and for more digits than surely fit 32 bits
+int plainNumber(const QString &text, int length)
 {
+    enum { kMostDigits = 9 };
+    if (length < 1 || length > kMostDigits)
+        return -1;
+    int number = 0;
+    for (int i = 0; i < length; ++i) {
+        const unsigned int digit = text.at(i).unicode() - unsigned('0');
+        if (digit > 9)
+            return -1;
+        number = 10 * number + int(digit);
+    }
+    return number;
+}
+
+/// The number that the first \a length characters of \a text stand for.
+Converted decimal(const QString &whole, int length)
+{
+    const int plain = plainNumber(whole, length);
+    if (plain >= 0) {
+        const Converted number = {plain, true};
+        return number;
+    }
+    const QString text = whole.left(length);
     bool converted = false;
     const Converted result = {text.toInt(&converted, 10), true};
     if (converted)
         return result;
     const Converted failed = {0, !isNumber(text)};
     return failed;
+}
+
+/// The value of a hexadecimal digit; 0 for any other character.
+int hexDigitOf(QChar ch)
+{
+    const unsigned int code = ch.unicode();
+    if (code >= '0' && code <= '9')
+        return int(code - '0');
+    const unsigned int upper = code & ~0x20u;
+    return upper >= 'A' && upper <= 'F' ? int(upper - 'A' + 10) : 0;
 }
 
 /// The word that bit \a bit lies in, counted from the start of the run, and how many bits of the run lie in it.
@@ -75,17 +109,17 @@ void bytesOfWord(char *bytes, quint16 word)
 
 int StringAddressToInt(int kind, QString text)
 {
+    const int length = sizeOf(text);
     if (!isRelayBitKind(kind)) {
-        const Converted whole = decimal(text);
+        const Converted whole = decimal(text, length);
         return whole.fits ? whole.value : -1;
     }
-    const int length = sizeOf(text);
     if (length == 0)
         return -1;
-    const int bit = text.mid(length - 1).toInt(nullptr, 16);
+    const int bit = hexDigitOf(text.at(length - 1));
     if (length == 1)
         return bit;
-    const Converted word = decimal(text.left(length - 1));
+    const Converted word = decimal(text, length - 1);
     const qint64 element = qint64(word.value) * kBitsPerWord + bit;
     return word.fits && element >= -0x7FFFFFFF && element <= 0x7FFFFFFF ? int(element) : -1;
 }

@@ -224,6 +224,22 @@ TEST_F(AddressText, ANumberThatDoesNotFit32BitsIsABadAddress)
     EXPECT_LT(StringAddressToInt(4, "99999999999999999999999999"), 0);
     EXPECT_LT(StringAddressToInt(-1, "2147483648"), 0);
     EXPECT_EQ(StringAddressToInt(10, "0000000000000000000012"), 12);
+    EXPECT_EQ(StringAddressToInt(10, "999999999"), 999999999) << "nine digits";
+    EXPECT_EQ(StringAddressToInt(10, "1999999999"), 1999999999) << "ten digits";
+    EXPECT_EQ(StringAddressToInt(10, "0000000012"), 12);
+}
+
+TEST_F(AddressText, CharactersNextToTheDigitsAreNone)
+{
+    for (const char *text : {"/", ":", "1/", ":1", "12\xb2"}) // a superscript two is no digit
+        EXPECT_EQ(StringAddressToInt(10, QString::fromLatin1(text)), 0) << text;
+    for (const char *text : {"1/", "1:", "1@", "1G", "1`", "1g", "1\x1a", "1\xb2"})
+        EXPECT_EQ(StringAddressToInt(0, QString::fromLatin1(text)), 16) << text;
+    EXPECT_EQ(StringAddressToInt(0, QString(QChar(ushort(0x0661)))), 0) << "an Arabic one";
+    EXPECT_EQ(StringAddressToInt(10, QString(QChar(ushort(0x0661)))), 0);
+    EXPECT_EQ(StringAddressToInt(3, "1a"), 26);
+    EXPECT_EQ(StringAddressToInt(3, "1A"), 26);
+    EXPECT_EQ(StringAddressToInt(3, "1f"), 31);
 }
 
 TEST_F(AddressText, AWordAndBitThatTogetherDoNotFit32BitsAreABadAddress)
