@@ -2,9 +2,8 @@
 //
 //  - One request is in flight at a time: nothing is chosen while lst_Protocol holds a frame.
 //  - Writes come first, then one-shot reads, then polling; after five of a kind in a row the next kind has its turn.
-//  - A reply is judged and its frame removed without mutexList (only the communication thread does that); a request
-//  ends
-//    under it.
+//  - A reply is judged and its frame removed without mutexList: only the communication thread does that. A request
+//    ends under it.
 
 #include "driver/matsushita_tcpip_net_p.h"
 
@@ -28,6 +27,8 @@ enum {
     kMostInARow = 5,          // writes, and one-shot reads, between two polling reads
     kLongestGrouped = 4,      // words of a polling entry that is read together with others
     kMostGrouped = 14,        // words in one grouped read
+    kLongPollingList = 64,    // entries above which shifting the list costs more than making an entry anew
+    kTurnsPerAppend = 64,     // of such a list
     kReadSucceeded = 1,       // status of the read-finished callback
     kReadFailed = 2,          //
     kAbandoned = 1,           // reason of the communication-failure callback
@@ -68,7 +69,8 @@ template <typename Shared> static void share(const Shared &from, Shared &to)
         to = from;
 }
 
-void copyDescription(const RW_VAR &from, RW_VAR &to)
+/// Copies all fields but the value bytes.
+static void copyDescription(const RW_VAR &from, RW_VAR &to)
 {
     to.ownerId = from.ownerId;
     to.ownerTag = from.ownerTag;
@@ -84,6 +86,12 @@ void copyDescription(const RW_VAR &from, RW_VAR &to)
     to.count = from.count;
     to.extra1 = from.extra1;
     to.extra2 = from.extra2;
+}
+
+void copyVariable(const RW_VAR &from, RW_VAR &to)
+{
+    copyDescription(from, to);
+    share(from.data, to.data);
 }
 
 void passRetValue(const RW_VAR &from, RW_VAR &to)
@@ -132,8 +140,7 @@ public:
             return qmap_list[m_size++];
         }
         RW_VAR &copy = qmap_list[m_size++];
-        copyDescription(entry, copy);
-        share(entry.data, copy.data);
+        copyVariable(entry, copy);
         return copy;
     }
 
@@ -196,6 +203,10 @@ RunInside groupedElements(const RW_VAR &entry)
 /// Appends the words of \a entry to the group one by one.
 void takeWords(GroupList &group, const RW_VAR &entry)
 {
+    if (entry.count == 1) { // as most that are read together are
+        group.append(entry);
+        return;
+    }
     const RunInside elements = groupedElements(entry);
     for (int i = elements.first; i < elements.end; ++i) {
         RW_VAR &word = group.append(entry);
@@ -235,32 +246,32 @@ private:
     bool m_off;
 };
 
-/// Gathers what the next polling read serves from the head of the polling list. qmap_length is the entry under
-/// examination and, at the end, the number of entries consumed.
-void gatherPollingGroup(GroupList &group)
+/// Gathers what the next polling read serves from the head of the polling list.
+/// \return the number of entries consumed
+int gatherPollingGroup(GroupList &group)
 {
     const QList<RW_VAR> &polling = PLC_driver.lst_PollingReadVar;
     const int entries = countOf(polling);
     StationCheck stations;
-    while (qmap_length < entries) {
-        const RW_VAR &entry = polling.at(qmap_length);
+    for (int examined = 0; examined < entries;) {
+        const RW_VAR &entry = polling.at(examined);
         // Kind and length are looked at before the station, so a bit entry or a long one at the head is read even when
         // its station is switched off.
         const bool alone = !isWordKind(entry.areaKind);
         if (alone && group.size() > 0)
-            return;
+            return examined;
         if (alone || (group.size() == 0 && entry.count > kLongestGrouped)) {
-            qmap_length = 1; // one entry consumed, whatever was passed over before it
             group.append(entry);
-            return;
+            return 1; // one entry consumed, whatever was passed over before it
         }
-        ++qmap_length;
+        ++examined;
         if (stations.isOff(entry.station))
             continue; // and the entry behind it joins the group unexamined
         takeWords(group, entry);
-        if (qmap_length < entries && endsBefore(group, polling.at(qmap_length)))
-            return;
+        if (examined < entries && endsBefore(group, polling.at(examined)))
+            return examined;
     }
+    return entries;
 }
 
 void reopenRuns()
@@ -284,7 +295,7 @@ void servePolling()
         qmap_length = 1;
         Remote_ReadVar(headOf(PLC_driver.lst_PollingReadVar));
     } else {
-        gatherPollingGroup(group);
+        qmap_length = gatherPollingGroup(group);
         group.close();
         if (group.size() == 0)
             return; // every entry examined is switched off
@@ -433,12 +444,26 @@ void tellReadFinished()
     PLC_driver.pfnReadFinish(hostHandle, ownerId, ownerTag, kReadSucceeded);
 }
 
+/// Whether the first entry of the polling list is appended anew rather than moved to the end. Up to Qt 5 a move costs
+/// next to nothing while there is room behind the last entry, but shifts the whole list when there is none; in a long
+/// list an append now and then makes the room. In Qt 6 a move always shifts whole entries.
+bool isAppendedAnew(int entries)
+{
+    static unsigned int turns = 0;
+    return QT_VERSION >= QT_VERSION_CHECK(6, 0, 0) || (entries > kLongPollingList && ++turns % kTurnsPerAppend == 0);
+}
+
 /// Moves the first \a entries entries of the polling list to its end.
 void turnPollingList(int entries)
 {
     QList<RW_VAR> &list = PLC_driver.lst_PollingReadVar;
-    for (int left = entries % countOf(list); left > 0; --left)
-        list.move(0, list.size() - 1);
+    const int length = countOf(list);
+    for (int left = entries % length; left > 0; --left) {
+        if (isAppendedAnew(length))
+            list.append(list.takeFirst());
+        else
+            list.move(0, length - 1);
+    }
 }
 
 void finishPolling()

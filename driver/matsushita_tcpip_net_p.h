@@ -42,8 +42,9 @@ int DealDataOfLocalArea(QByteArray *reply, int length);
 /// \return 1, 100, 110 + k, 140 + k or 170 + k. lst_Protocol must not be empty.
 int DealDataOfRemoteArea(QByteArray *reply, int length);
 
-/// Copies all fields of \a from into \a to, but its value bytes.
-void copyDescription(const RW_VAR &from, RW_VAR &to);
+/// Makes \a to the same as \a from. Texts and bytes that the two already share, as they mostly do where the same
+/// variables come round again, cost nothing.
+void copyVariable(const RW_VAR &from, RW_VAR &to);
 
 /// Copies the fields ownerId to extra2 of \a from into \a to and empties \a to's data.
 void passRetValue(const RW_VAR &from, RW_VAR &to);

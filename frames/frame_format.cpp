@@ -2,6 +2,7 @@
 
 #include "frames/frame_format.h"
 
+#include "driver/matsushita_tcpip_net_p.h"
 #include "frames/Func_Check.h"
 
 #include <cstring>
@@ -18,15 +19,27 @@ const char kDigitPairs[] = "00010203040506070809"
                            "80818283848586878889"
                            "90919293949596979899";
 
-/// The bytes of the frame that was answered last. Frames come and go one at a time, so the next one needs no new
-/// memory; where a host still shares these bytes it gets some of its own.
-static QByteArray answeredFrame;
+enum {
+    kSpareFrames = 2,      // a monitor read has two frames beside the record that is kept
+    kUsualFrameBytes = 107 // the longest frame of a polled read registers fourteen words in the monitor
+};
+
+/// The record that was answered last, if any; it serves the next request. Frames mostly come and go one at a time,
+/// so that neither a record nor the bytes of its frame are allocated anew. Where a host still shares them, the next
+/// request gets its own.
+static QList<Protocol> answeredRecord;
+
+/// Frames of records that are gone, for further frames of the next request.
+static QByteArray spareFrames[kSpareFrames];
+static int spareFrameCount;
 
 /// The bytes of \a frame, \a size of them and all zero.
 static char *zeroBytes(QByteArray &frame, int size)
 {
-    std::swap(frame, answeredFrame);
-    frame.resize(size);
+    if (frame.isEmpty())
+        frame.reserve(kUsualFrameBytes); // frames of all sizes then follow each other without a new allocation
+    if (sizeOf(frame) != size)
+        frame.resize(size);
     char *bytes = frame.data();
     std::memset(bytes, 0, std::size_t(size));
     return bytes;
@@ -85,25 +98,44 @@ void FrameWriter::closeChecked()
     letter(kTerminator);
 }
 
+/// Appends a record to the frame queue, mostly one that was there before.
+static Protocol &appendRecord()
+{
+    QList<Protocol> &queue = PLC_driver.lst_Protocol;
+    if (queue.isEmpty() && !answeredRecord.isEmpty()) {
+        std::swap(queue, answeredRecord);
+        return queue[0];
+    }
+    static const Protocol empty;
+    queue.append(empty);
+    Protocol &record = queue[queue.size() - 1];
+    if (spareFrameCount > 0)
+        std::swap(record.frame, spareFrames[--spareFrameCount]);
+    return record;
+}
+
 Protocol &queueRequest(int frameLen, int replyLen, int dataPos, int dataLen, const RW_VAR &var)
 {
-    static const Protocol empty;
-    QList<Protocol> &queue = PLC_driver.lst_Protocol;
-    queue.append(empty);
-    Protocol &queued = queue[queue.size() - 1];
+    Protocol &queued = appendRecord();
     const bool answered = var.station != kBroadcastStation;
     queued.frameLen = frameLen;
     queued.replyLen = answered ? replyLen : 0;
     queued.dataPos = answered ? dataPos : 0;
     queued.dataLen = answered ? dataLen : 0;
-    queued.var = var;
+    copyVariable(var, queued.var);
     return queued;
 }
 
 void dropRequest()
 {
     QList<Protocol> &queue = PLC_driver.lst_Protocol;
-    std::swap(queue[0].frame, answeredFrame);
+    if (queue.size() == 1) {
+        answeredRecord.clear(); // not empty where a host has queued a record of its own
+        std::swap(queue, answeredRecord);
+        return;
+    }
+    if (spareFrameCount < kSpareFrames)
+        std::swap(queue[0].frame, spareFrames[spareFrameCount++]);
     queue.removeFirst();
 }
 

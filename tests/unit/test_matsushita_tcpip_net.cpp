@@ -549,6 +549,38 @@ TEST_F(Cycle, AFrameThatWaitsForItsReplyIsHandedOutAgainAndNothingElseIsTouched)
     EXPECT_EQ(PLC_driver.lst_OnceReadVar.size(), 2);
 }
 
+TEST_F(Cycle, RecordsThatAHostKeepsAreNotUsedForTheNextRequest)
+{
+    poll(10, 100, 5);
+    ASSERT_NE(ComCommunication(), nullptr);
+    const QList<Protocol> kept = PLC_driver.lst_Protocol;
+    const Protocol copy = kept.at(0);
+    EXPECT_EQ(answer(kFiveWords), 1);
+    poll(10, 7000, 16);
+    PLC_driver.lst_PollingReadVar.removeFirst();
+    EXPECT_EQ(next(), "%01#RDD0700007015**\r");
+    EXPECT_EQ(text(kept.at(0).frame), "%01#RDD0010000104**\r");
+    EXPECT_EQ(kept.at(0).replyLen, 29);
+    EXPECT_EQ(kept.at(0).var.address, 100);
+    EXPECT_EQ(text(copy.frame), "%01#RDD0010000104**\r");
+}
+
+TEST_F(Cycle, AShortFrameAfterALongOneEndsWithItsOwnEnd)
+{
+    poll(10, 100, 1);
+    poll(13, 200, 1);
+    poll(10, 300, 5);
+    EXPECT_EQ(next(), "%01#MDFFFFFF**\r");
+    EXPECT_EQ(text(PLC_driver.lst_Protocol.at(1).frame), "%01#MDD00100S00200**\r");
+    EXPECT_EQ(text(PLC_driver.lst_Protocol.at(2).frame), "%01#MG**\r");
+    for (const char *reply : {"%01$MD09\r", "%01$MD09\r", "%01$MG000080100020031\r"})
+        ASSERT_EQ(answer(reply), 1);
+    EXPECT_EQ(next(), "%01#RDD0030000304**\r");
+    EXPECT_EQ(answer(kFiveWords), 1);
+    EXPECT_EQ(next(), "%01#MDFFFFFF**\r");
+    EXPECT_EQ(PLC_driver.lst_Protocol.at(0).frame.size(), 15);
+}
+
 TEST_F(Cycle, AChoiceForgetsTheGroupOfTheRequestBefore)
 {
     queueWrites(1);
@@ -1547,6 +1579,33 @@ TEST_F(GoodReplies, APollingReadTurnsTheListByWhatTheFrameConsumed)
     EXPECT_EQ(PLC_driver.retVar.address, 100) << "the entry that was first";
     EXPECT_EQ(PLC_driver.retVar.ownerTag, -1);
     EXPECT_EQ(PLC_driver.retVar.result, 1);
+}
+
+TEST_F(GoodReplies, AnAnsweredRecordDoesNotComeBackBesideOneThatTheHostQueued)
+{
+    poll(10, 100, 1);
+    ASSERT_NE(ComCommunication(), nullptr);
+    EXPECT_EQ(answer(kOneWord), 1);
+    EXPECT_EQ(PLC_driver.lst_Protocol.size(), 0);
+    PLC_driver.lst_PollingReadVar.clear();
+    inFlight(variable(10, 200, 1));
+    EXPECT_EQ(answer(kOneWord), 1);
+    EXPECT_EQ(PLC_driver.lst_Protocol.size(), 0);
+    EXPECT_EQ(ComCommunication(), nullptr);
+}
+
+TEST_F(GoodReplies, ALongPollingListComesRoundInItsOrder)
+{
+    const int kEntries = 70; // longer than lists whose entries are only ever moved
+    for (int i = 0; i < kEntries; ++i)
+        poll(10, 10 * i, 1);
+    for (int turn = 1; turn <= 300; ++turn) {
+        qmap_length = 3;
+        inFlight(variable());
+        ASSERT_EQ(answer(kOneWord), 1);
+        for (int i = 0; i < kEntries; ++i)
+            ASSERT_EQ(PLC_driver.lst_PollingReadVar.at(i).address, (3 * turn + i) % kEntries * 10) << turn;
+    }
 }
 
 TEST_F(GoodReplies, APollingListIsNotTurnedByALengthOfZeroOrLess)
