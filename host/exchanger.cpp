@@ -17,6 +17,7 @@ constexpr qint64 kUsPerMs = 1000;
 constexpr int kGood = 1; // DataCom's codes for a good answer
 constexpr int kGoodRemote = 100;
 
+constexpr qint64 kFreshUs = 50;  // what can come in so short a time can as well come while a request is on its way
 constexpr int kMostSilences = 3; // requests without a reply in a row, before a connection is not kept any longer
 constexpr int kMostReads = 64;   // reads from a line that will not be quiet, before it is closed
 constexpr int kSwallowBytes = 512;
@@ -58,8 +59,11 @@ int Exchanger::step()
         return idle();
     idleBefore_ = false;
     midRequest_ = true;
-    if (makeLineClean())
-        exchange(*request);
+    const qint64 startUs = clock_.nowUs();
+    if (isFresh(startUs))
+        exchange(*request, startUs);
+    else if (makeLineClean())
+        exchange(*request, clock_.nowUs());
     return 0;
 }
 
@@ -119,6 +123,13 @@ int Exchanger::idle()
     }
     makeLineClean();
     return settings_.idleMs;
+}
+
+// Whether a good reply has only just been read and nothing beside it, so that another look at the line would be for
+// nothing. Behind a serial converter, where late replies come on the connection that goes on, it is looked at always.
+bool Exchanger::isFresh(qint64 nowUs) const
+{
+    return cleanAtUs_ >= 0 && nowUs - cleanAtUs_ < kFreshUs && settings_.quietMs <= 0;
 }
 
 // Throws away what has come since the last reply: nothing of it answers what will be sent next. When it holds the
@@ -183,13 +194,12 @@ void Exchanger::tellLink(bool up, const QString &text)
 
 // One exchange --------------------------------------------------------------------------------------------------------
 
-void Exchanger::exchange(const Protocol &request)
+void Exchanger::exchange(const Protocol &request, qint64 startUs)
 {
     const int length = std::min(request.frameLen, sizeOf(request.frame));
     // Single-bit writes name a reply length for all stations too; nobody answers those either.
     const bool broadcast = request.replyLen == 0 || request.var.station == kBroadcast;
     receiver_.expect(session_.settings().remote ? nullptr : request.frame.constData(), length, request.replyLen);
-    const qint64 startUs = clock_.nowUs();
     counters_.add(Count::Exchanges);
     counters_.add(Count::BytesOut, static_cast<unsigned long long>(std::max(length, 0)));
     Outcome outcome = Outcome::Sent;
@@ -280,6 +290,7 @@ void Exchanger::finish(const Protocol &request, Outcome outcome, qint64 startUs,
         repair_.refused(answer.pollingEntries, endUs / kUsPerMs);
     notePolling(answer, startUs);
     leaveLine(outcome);
+    cleanAtUs_ = end == Outcome::Done && receiver_.inStep() ? endUs : -1;
     if (observers_.exchange)
         observers_.exchange({requestBytes, outcome == Outcome::Done ? receiver_.reply() : nothing, kind, end,
                              judged.verdict.errorCode, answer.result, answer.ended, abandoned, durationUs, spans});

@@ -88,11 +88,12 @@ private:
     int connect();
     int pauseBeforeCycle();
     int idle();
+    bool isFresh(qint64 nowUs) const;
     bool makeLineClean();
     void waitForQuiet();
     void tellLink(bool up, const QString &text);
 
-    void exchange(const Protocol &request);
+    void exchange(const Protocol &request, qint64 startUs);
     Outcome receive(qint64 startUs);
     bool standsAlone();
     void finish(const Protocol &request, Outcome outcome, qint64 startUs, bool sent);
@@ -117,6 +118,7 @@ private:
     qint64 connectAtUs_ = -1; // when to connect next; -1 = not decided yet
     qint64 cycleStartUs_ = 0; // of the polling cycle that runs
     qint64 cycleAtUs_ = 0;    // the next cycle does not begin before
+    qint64 cleanAtUs_ = -1;   // when the last good reply had been read, and nothing beside it; -1 = it was not so
     int cycleEntries_ = 0;    // polling entries served in the cycle that runs
     bool idleBefore_ = false;
     bool midRequest_ = false; // frames or repeats of a request are still to come

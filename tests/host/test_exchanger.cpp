@@ -310,6 +310,37 @@ TEST(Exchanger, OnlyWrongEchoesAreASilence)
     EXPECT_EQ(host.count(Count::StaleReplies), 6u);
 }
 
+TEST(Exchanger, TheLineIsLookedAtBeforeARequestUnlessAGoodReplyHasJustBeenRead)
+{
+    VirtualHost host;
+    EXPECT_EQ(host.read(kDT100), "done");
+    const auto looksOf = [&host](qint64 pauseUs) {
+        const int before = host.pipe.looks;
+        host.clock.us += pauseUs;
+        EXPECT_EQ(host.read(kDT100), "done");
+        return host.pipe.looks - before;
+    };
+    EXPECT_EQ(looksOf(49), 0);
+    EXPECT_EQ(looksOf(50), 1);
+    host.pipe.tamper = [](const QByteArray &, Deliveries, qint64 nowMs) {
+        return Deliveries{bytesAt(nowMs, "%01!6102\r")}; // an error response
+    };
+    EXPECT_EQ(host.read(kDT100), "refused by the PLC 61");
+    host.pipe.tamper = nullptr;
+    EXPECT_EQ(looksOf(0), 1);
+}
+
+TEST(Exchanger, BehindASerialConverterTheLineIsLookedAtBeforeEveryRequest)
+{
+    ExchangeSettings settings;
+    settings.quietMs = 20;
+    VirtualHost host({}, settings);
+    for (int i = 1; i <= 3; ++i) {
+        EXPECT_EQ(host.read(kDT100), "done");
+        EXPECT_EQ(host.pipe.looks, i);
+    }
+}
+
 TEST(Exchanger, ASecondCopyOfAReplyIsNotTakenForTheNext)
 {
     VirtualHost host({}, quickly());
@@ -349,7 +380,7 @@ TEST(Exchanger, ALineThatNeverStopsIsClosedBeforeARequestGoesOut)
     VirtualHost host({}, quickly());
     host.steps(1);
     for (int i = 0; i < 200; ++i)
-        host.pipe.deliver("babble");
+        host.pipe.deliver(QByteArray(600, 'b'));
     EXPECT_EQ(host.read(kDT100), "done");
     EXPECT_EQ(host.pipe.attemptsMs.size(), 2u);
     EXPECT_EQ(host.pipe.sent.size(), 1u);
@@ -883,6 +914,7 @@ TEST(Exchanger, APlcThatHungUpBetweenRequestsCostsNoFailure)
 {
     VirtualHost host;
     EXPECT_EQ(host.read(kDT100), "done");
+    host.clock.passMs(1);
     host.pipe.hangUp();
     EXPECT_EQ(host.write(kDT100, word(5)), "done");
     EXPECT_EQ(host.count(Count::Failures), 0u);

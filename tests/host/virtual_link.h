@@ -75,6 +75,7 @@ public:
     fphost::Piped receive(char *to, int room, int *count, qint64 timeoutUs) override
     {
         *count = 0;
+        looks += timeoutUs == 0;
         if (!open_)
             return fphost::Piped::Closed;
         const qint64 untilUs = clock_.us + timeoutUs;
@@ -82,17 +83,16 @@ public:
             clock_.us = untilUs;
             return fphost::Piped::TimedOut;
         }
-        plcsim::Delivery &first = inbox_.front();
+        const plcsim::Delivery &first = inbox_.front();
         clock_.us = std::max(clock_.us, 1000 * first.atMs);
         if (first.kind == plcsim::Delivery::Kind::Reset) {
             open_ = false;
             return fphost::Piped::Closed;
         }
-        *count = std::min(room, static_cast<int>(first.bytes.size()));
-        std::copy_n(first.bytes.constData(), *count, to);
-        first.bytes.remove(0, *count);
-        if (first.bytes.isEmpty())
-            inbox_.erase(inbox_.begin());
+        // As a stream socket does: everything that has come by now, and the end only when nothing else is left.
+        while (*count < room && !inbox_.empty() && 1000 * inbox_.front().atMs <= clock_.us &&
+               inbox_.front().kind != plcsim::Delivery::Kind::Reset)
+            *count += takeBytes(to + *count, room - *count);
         return fphost::Piped::Bytes;
     }
 
@@ -105,8 +105,21 @@ public:
     Tamper tamper;
     std::vector<std::string> sent;  // all requests
     std::vector<qint64> attemptsMs; // when open() was called
+    int looks = 0;                  // receives that did not wait
 
 private:
+    /// Moves bytes of the first delivery to \a to, at most \a room.
+    int takeBytes(char *to, int room)
+    {
+        QByteArray &bytes = inbox_.front().bytes;
+        const int count = std::min(room, static_cast<int>(bytes.size()));
+        std::copy_n(bytes.constData(), count, to);
+        bytes.remove(0, count);
+        if (bytes.isEmpty())
+            inbox_.erase(inbox_.begin());
+        return count;
+    }
+
     VirtualClock &clock_;
     plcsim::Line line_;
     Deliveries inbox_;
