@@ -1,9 +1,9 @@
 // fuzz_receiver.cpp - the host's receiver, fed with any bytes in any pieces.
 //
-// Invariant: never more than kLongestReply bytes are kept; a whole reply begins with a header, is at most as long as
-// was asked for and answers the request that was sent; where the bytes are cut does not change the first whole reply
-// (as long as it ends with its CR: of a run without one, what counts is what is there when it is judged); every
-// follow-up of a Stale comes to an end.
+// Invariant: never more than kLongestReply bytes are kept; a whole reply begins with a header, holds no other one, ends
+// with its first CR or at the length that was asked for, and answers the request that was sent; the line is out of step
+// after one without a CR; where the bytes are cut changes neither whether a whole reply comes nor which bytes it is;
+// every follow-up of a Stale comes to an end.
 
 #include "invariant.h"
 
@@ -11,6 +11,7 @@
 #include "host/receiver.h"
 
 #include <algorithm>
+#include <vector>
 
 using fphost::Received;
 using fphost::Receiver;
@@ -31,21 +32,27 @@ struct Request {
 static void checkReply(Receiver &receiver, const Request &request)
 {
     const QByteArray reply = receiver.reply();
-    require(reply.startsWith('%'), "a whole reply begins with a header");
-    require(reply.size() <= fphost::kLongestReply, "a whole reply has at most the longest length");
-    require(request.replyLen < 0 || reply.size() <= request.replyLen, "a whole reply is not longer than asked for");
+    const int longest =
+        request.replyLen < 0 ? fphost::kLongestReply : std::min(request.replyLen, fphost::kLongestReply);
+    require(reply.lastIndexOf('%') == 0, "a whole reply begins with its only header");
+    require(reply.size() <= longest, "a whole reply is not longer than asked for");
+    const int cr = reply.indexOf('\r');
+    require(cr >= 0 ? cr == reply.size() - 1 : reply.size() == longest, "a reply ends with its CR or at its length");
+    require(cr >= 0 || !receiver.inStep(), "a reply without a CR leaves the line out of step");
     if (!request.compared)
         return;
     require(reply.mid(1, 2) == request.frame.mid(1, 2), "the reply comes from the station that was asked");
     require(reply.at(3) == '!' || reply.mid(4, 2) == request.frame.mid(4, 2), "the reply answers the command");
 }
 
-/// Feeds \a stream in pieces of at most \a piece bytes. \return the first whole reply, empty for none
-static QByteArray firstReply(const Request &request, const QByteArray &stream, int piece)
+/// Feeds \a stream in pieces of at most \a pieces bytes, in turn. \return the first whole reply, empty for none
+static QByteArray firstReply(const Request &request, const QByteArray &stream, const std::vector<int> &pieces)
 {
     Receiver receiver;
     request.expectIn(receiver);
+    std::size_t turn = 0;
     for (int done = 0; done < stream.size();) {
+        const int piece = pieces[turn++ % pieces.size()];
         int space = 0;
         char *const to = receiver.room(&space);
         require(space >= 1 && space <= fphost::kLongestReply, "there is always room, and not more than one reply's");
@@ -74,22 +81,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     request.frame = dice.oneOf<const char *>({"%01#RDD0000000000**\r", "%1F#WCSR00231\r", "%02#MG**\r", "%01"});
     request.compared = request.compared && request.frame.size() >= 6;
     request.replyLen = dice.oneOf<int>({13, 9, -1, 0, 73, 1, 4096, 5, -7});
-    const int piece = dice.from(1, 40);
+    const std::vector<int> pieces = {dice.from(1, 40), dice.from(1, 40), dice.from(1, 40)};
     QByteArray stream;
     while (!dice.usedUp() && stream.size() < 6000)
         stream.append(char(dice.below(256)));
 
-    const QByteArray whole = firstReply(request, stream, 1 << 20);
-    for (const int cut : {piece, 1}) {
-        const QByteArray inPieces = firstReply(request, stream, cut);
-        if (whole.endsWith('\r') && inPieces.endsWith('\r'))
-            require(inPieces == whole, "the cuts do not change the reply");
-    }
+    const QByteArray whole = firstReply(request, stream, {1 << 20});
+    require(firstReply(request, stream, pieces) == whole, "the cuts do not change the reply");
+    require(firstReply(request, stream, {1}) == whole, "single bytes do not change the reply");
 
     Receiver taker;
     request.expectIn(taker);
     int followUps = 0;
-    for (Received state = taker.take(stream); state == Received::Stale; state = taker.again())
+    Received state = taker.take(stream);
+    for (; state == Received::Stale; state = taker.again())
         require(++followUps <= fphost::kLongestReply + 1, "the follow-up of a Stale ends");
+    require((state == Received::Whole ? taker.reply() : QByteArray()) == whole, "take() finds the same reply");
     return 0;
 }

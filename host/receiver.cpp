@@ -112,16 +112,17 @@ Received Receiver::judge()
         if (!start)
             return Received::NeedMore;
 
-        const char *const cr = find(start, end, kEnd);
-        const char *const stop = cr ? cr + 1 : end;
+        // Only what may belong to the reply is looked at, so that what follows in the same piece decides nothing.
+        const char *const limit = end - start > longest ? start + longest : end;
+        const char *const cr = find(start, limit, kEnd);
+        const char *const stop = cr ? cr + 1 : limit;
         // A header never stands inside a reply: the one before it was cut off, and this one is fresh.
         if (const char *const fresh = find(start + 1, stop, kHeader)) {
             dropJunk(static_cast<int>(fresh - start));
             continue;
         }
-        const int length = std::min(static_cast<int>(stop - start), longest);
-        const bool ended = cr && length == stop - start;
-        if (!ended && length < longest)
+        const int length = static_cast<int>(stop - start);
+        if (!cr && length < longest)
             return Received::NeedMore;
         if (!answersTheRequest(start, length)) {
             drop(length);
@@ -129,7 +130,7 @@ Received Receiver::judge()
         }
         reply_.resize(length);
         std::memcpy(reply_.data(), start, static_cast<std::size_t>(length));
-        inStep_ = ended && !find(start + length, end, kHeader);
+        inStep_ = cr && !find(start + length, end, kHeader);
         drop(end_ - begin_);
         return Received::Whole;
     }

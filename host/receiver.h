@@ -1,10 +1,11 @@
 // receiver.h - finds the reply to the request in flight in the bytes that come from the line.
 //
 //  - Nobody outside sees half a reply: bytes go in as they come, and one reply, whole, comes out.
-//  - A reply is compared with the request: the two station characters and, unless it is an error response, the first
-//  two
-//    letters of the command. What answers another request is dropped and told as Stale.
+//  - A reply is compared with the request: the two station characters and, unless it is an error response, the
+//    command's first two letters. What answers another request is dropped and told as Stale.
 //  - What the reply says, and whether its check code is right, is the driver's business.
+//  - Where the line cuts the bytes into pieces changes nothing about which bytes are the reply: a wait for n bytes ends
+//    with the n-th byte from the header on, CR or not, whatever came behind it in the same piece.
 //  - Memory is bounded: never more than kLongestReply bytes are kept. No socket, no clock.
 
 #pragma once
@@ -61,7 +62,8 @@ public:
     QByteArray &reply() { return reply_; }
 
     /// False when the last whole reply shows that the line is out of step: it did not end with a CR, or the beginning
-    /// of another reply came with it. What comes next can then not be told from a late reply.
+    /// of another reply came in the same piece, behind it. What comes next can then not be told from a late reply.
+    /// Of another reply that comes in a later piece nobody knows yet: the one who sends next has to look.
     bool inStep() const { return inStep_; }
 
     /// Bytes skipped because they belong to no reply, since construction.

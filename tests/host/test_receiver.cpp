@@ -131,6 +131,50 @@ TEST(Receiver, CutsAReplyThatIsTooLongAtItsLength)
     EXPECT_FALSE(receiver.inStep());
 }
 
+TEST(Receiver, AReplyWithoutCarriageReturnEndsAtItsLengthWhateverComesBehindItInTheSamePiece)
+{
+    const QByteArray line = "%01$RD05000A00629%02$RD05000A0061\r"; // 17 bytes, and another station's reply
+    for (int cut = 1; cut <= line.size(); ++cut) {
+        Receiver receiver;
+        expect(receiver, kRead, 17);
+        EXPECT_EQ(receiver.take(line.left(cut)), cut < 17 ? Received::NeedMore : Received::Whole) << "cut at " << cut;
+        if (cut < 17) {
+            EXPECT_EQ(receiver.take(line.mid(cut)), Received::Whole) << "cut at " << cut;
+        }
+        EXPECT_EQ(text(receiver.reply()), "%01$RD05000A00629") << "cut at " << cut;
+        EXPECT_FALSE(receiver.inStep());
+    }
+}
+
+TEST(Receiver, FindsTheReplyBehindAStaleOneWithoutCarriageReturnInEveryCut)
+{
+    const QByteArray line = "%02$RD05000A00619" + kReadReply;
+    for (int cut = 1; cut < line.size(); ++cut) {
+        Receiver receiver;
+        expect(receiver, kRead, 17);
+        const Taken first = takeAll(receiver, line.left(cut));
+        EXPECT_EQ(first.last, Received::NeedMore) << "cut at " << cut;
+        const Taken second = takeAll(receiver, line.mid(cut));
+        EXPECT_EQ(second.last, Received::Whole) << "cut at " << cut;
+        EXPECT_EQ(first.stale + second.stale, 1) << "cut at " << cut;
+        EXPECT_EQ(text(receiver.reply()), "%01$RD05000A0062\r") << "cut at " << cut;
+        EXPECT_TRUE(receiver.inStep());
+    }
+}
+
+TEST(Receiver, AHeaderInTheLastPlaceOfAReplyBeginsAnewInEveryCut)
+{
+    const QByteArray line = "%01$RD05000A0062" + kReadReply; // the header stands where the CR should
+    for (int cut = 1; cut < line.size(); ++cut) {
+        Receiver receiver;
+        expect(receiver, kRead, 17);
+        EXPECT_EQ(receiver.take(line.left(cut)), Received::NeedMore) << "cut at " << cut;
+        EXPECT_EQ(receiver.take(line.mid(cut)), Received::Whole) << "cut at " << cut;
+        EXPECT_EQ(text(receiver.reply()), "%01$RD05000A0062\r") << "cut at " << cut;
+        EXPECT_EQ(receiver.junkBytes(), 16u) << "cut at " << cut;
+    }
+}
+
 TEST(Receiver, DropsTheReplyOfAnotherStation)
 {
     Receiver receiver;
