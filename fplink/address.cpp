@@ -3,6 +3,7 @@
 #include "address.h"
 
 #include "numbers.h"
+#include "shown_text.h"
 
 namespace fplink
 {
@@ -10,7 +11,6 @@ namespace fplink
 namespace
 {
 
-constexpr int kLongestAddress = 40; // of a text that is worth looking at
 constexpr int kMostElements = 1000000;
 
 QString allAreas()
@@ -45,7 +45,7 @@ std::optional<QString> parseElement(const fphost::AreaRow &row, const QString &n
     if (!row.relay) {
         const std::optional<int> value = decimal(number, kMostElements);
         if (!value)
-            return QStringLiteral("'%1' is not a decimal number").arg(number);
+            return QStringLiteral("'%1' is not a decimal number").arg(quoted(number));
         *element = *value;
         return std::nullopt;
     }
@@ -55,7 +55,7 @@ std::optional<QString> parseElement(const fphost::AreaRow &row, const QString &n
     if (!bit)
         return QStringLiteral("the last character must be the bit, 0 to F");
     if (!wordNumber)
-        return QStringLiteral("'%1' is not a decimal word number").arg(wordDigits);
+        return QStringLiteral("'%1' is not a decimal word number").arg(quoted(wordDigits));
     *element = *wordNumber * fphost::kBitsPerWord + *bit;
     return std::nullopt;
 }
@@ -75,8 +75,7 @@ std::optional<QString> takeBehind(QString *text, QChar mark)
 
 std::optional<QString> parseAddress(const QString &text, int station, fphost::Span *span)
 {
-    const QString shown = text.size() > kLongestAddress ? text.left(kLongestAddress) + QStringLiteral("...") : text;
-    const auto no = [&shown](const QString &why) { return QStringLiteral("%1: %2").arg(shown, why); };
+    const auto no = [&text](const QString &why) { return QStringLiteral("%1: %2").arg(quoted(text), why); };
     if (text.isEmpty())
         return QStringLiteral("an address is missing");
 
@@ -101,7 +100,7 @@ std::optional<QString> parseAddress(const QString &text, int station, fphost::Sp
         int letters = 0;
         while (letters < rest.size() && isLetter(rest[letters]))
             ++letters;
-        return no(QStringLiteral("there is no area '%1'; areas are %2").arg(rest.left(letters), allAreas()));
+        return no(QStringLiteral("there is no area '%1'; areas are %2").arg(quoted(rest.left(letters)), allAreas()));
     }
     parsed.kind = row->kind;
     if (const std::optional<QString> why =
@@ -130,16 +129,16 @@ std::optional<QString> parseEndpoint(const QString &text, Endpoint *endpoint)
     const std::optional<QString> portText = takeBehind(&host, QLatin1Char(':'));
     const bool bracketed = host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']'));
     if (!portText || (text.startsWith(QLatin1Char('[')) && !bracketed))
-        return QStringLiteral("%1: the port is missing; write HOST:PORT").arg(text);
+        return QStringLiteral("%1: the port is missing; write HOST:PORT").arg(quoted(text));
     if (bracketed)
         host = host.mid(1, host.size() - 2);
     else if (host.contains(QLatin1Char(':')))
-        return QStringLiteral("%1: write an IPv6 address in brackets, [::1]:9094").arg(text);
+        return QStringLiteral("%1: write an IPv6 address in brackets, [::1]:9094").arg(quoted(text));
     if (host.isEmpty())
-        return QStringLiteral("%1: the host is missing; write HOST:PORT").arg(text);
+        return QStringLiteral("%1: the host is missing; write HOST:PORT").arg(quoted(text));
     const std::optional<int> port = decimal(*portText, 65535);
     if (!port || *port == 0)
-        return QStringLiteral("%1: the port must be a number from 1 to 65535").arg(text);
+        return QStringLiteral("%1: the port must be a number from 1 to 65535").arg(quoted(text));
     endpoint->host = host;
     endpoint->port = static_cast<quint16>(*port);
     return std::nullopt;
@@ -148,7 +147,9 @@ std::optional<QString> parseEndpoint(const QString &text, Endpoint *endpoint)
 QString endpointText(const Endpoint &endpoint)
 {
     const bool six = endpoint.host.contains(QLatin1Char(':'));
-    return (six ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2")).arg(endpoint.host).arg(endpoint.port);
+    const QString port = QString::number(endpoint.port);
+    return six ? QLatin1Char('[') + endpoint.host + QStringLiteral("]:") + port
+               : endpoint.host + QLatin1Char(':') + port;
 }
 
 } // namespace fplink

@@ -2,6 +2,8 @@
 
 #include "commands.h"
 
+#include "shown_text.h"
+
 #include <cstdio>
 
 namespace fplink
@@ -32,7 +34,7 @@ void print(const QString &text)
 
 void printLine(const QString &line)
 {
-    print(line + QLatin1Char('\n'));
+    print(shown(line) + QLatin1Char('\n'));
 }
 
 void addLinkOptions(CLI::App &command, LinkOptions &options)

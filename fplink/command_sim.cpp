@@ -4,6 +4,7 @@
 
 #include "interrupt.h"
 #include "movement_text.h"
+#include "shown_text.h"
 
 #include <stdexcept>
 
@@ -61,7 +62,8 @@ std::optional<Failure> addMovements(const SimOptions &options, plcsim::Simulator
         try {
             simulator.addMovement(plcsim::destinationOf(moving.station), moving.movement);
         } catch (const std::invalid_argument &error) {
-            return Failure{ExitCode::Usage, QStringLiteral("%1: %2").arg(textOf(text), QLatin1String(error.what()))};
+            return Failure{ExitCode::Usage,
+                           QStringLiteral("%1: %2").arg(quoted(textOf(text)), QLatin1String(error.what()))};
         }
     }
     return std::nullopt;
@@ -76,7 +78,7 @@ std::optional<Failure> runSim(const SimOptions &options)
         return failure;
     QHostAddress address;
     if (!address.setAddress(textOf(options.bind)))
-        return Failure{ExitCode::Usage, QStringLiteral("%1: not an IP address").arg(textOf(options.bind))};
+        return Failure{ExitCode::Usage, QStringLiteral("%1: not an IP address").arg(quoted(textOf(options.bind)))};
     plcsim::Server server(simulator);
     catchInterrupts();
     if (const std::optional<QString> why =

@@ -7,6 +7,7 @@
 
 #include "demo.h"
 #include "interrupt.h"
+#include "shown_text.h"
 #include "value_table.h"
 #include "watch_list.h"
 
@@ -141,11 +142,10 @@ void Watch::watch()
 
 QString Watch::headLine()
 {
-    return QStringLiteral("%1: %2 elements, %3 exchanges, %4 failed")
-        .arg(connection_.plcText())
-        .arg(list_.elements().size())
-        .arg(count(Count::Exchanges))
-        .arg(count(Count::Failures));
+    return connection_.plcText() + QStringLiteral(": %1 elements, %2 exchanges, %3 failed")
+                                       .arg(list_.elements().size())
+                                       .arg(count(Count::Exchanges))
+                                       .arg(count(Count::Failures));
 }
 
 QString Watch::stateText(const WatchList::Element &element) const
@@ -186,7 +186,7 @@ void Watch::showTable()
     const bool told = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_row > kRowsAround;
     const std::size_t rows = static_cast<std::size_t>((told ? size.ws_row : kUsualRows) - kRowsAround);
     const std::vector<WatchList::Element> &elements = list_.elements();
-    QString screen = QStringLiteral("\x1b[H\x1b[J") + headLine() + QStringLiteral("; Ctrl-C ends\n\n");
+    QString screen = QStringLiteral("\x1b[H\x1b[J") + shown(headLine()) + QStringLiteral("; Ctrl-C ends\n\n");
     for (std::size_t i = 0; i < std::min(rows, elements.size()); ++i) {
         const WatchList::Element &element = elements[i];
         const int kind = element.span.kind;
@@ -200,7 +200,7 @@ void Watch::showTable()
     if (elements.size() > rows)
         screen += QStringLiteral("... and %1 more\n").arg(elements.size() - rows);
     if (!lastWrite_.isEmpty())
-        screen += QStringLiteral("\nwrite %1\n").arg(lastWrite_);
+        screen += QStringLiteral("\nwrite %1\n").arg(shown(lastWrite_));
     print(screen);
 }
 
@@ -215,7 +215,8 @@ std::map<int, int> Watch::changesPerKind() const
 void Watch::showSummary()
 {
     const unsigned long long good = count(Count::Good);
-    printLine(QStringLiteral("\nSummary: %1 s, %2 exchanges, %3 failed, %4 per second, %5 ms to reply on average")
+    print(QStringLiteral("\n"));
+    printLine(QStringLiteral("Summary: %1 s, %2 exchanges, %3 failed, %4 per second, %5 ms to reply on average")
                   .arg(ranSeconds_, 0, 'f', 1)
                   .arg(count(Count::Exchanges))
                   .arg(count(Count::Failures))
@@ -308,7 +309,8 @@ std::optional<Failure> runWatch(const WatchOptions &options)
 {
     std::vector<fphost::Span> spans;
     if (options.demo() && !options.link.plc.isEmpty())
-        return Failure{ExitCode::Usage, QStringLiteral("say which addresses of %1 to watch").arg(options.link.plc)};
+        return Failure{ExitCode::Usage,
+                       QStringLiteral("say which addresses of %1 to watch").arg(quoted(options.link.plc))};
     if (std::optional<Failure> failure = parseAddresses(options.addresses, options.link.station, &spans))
         return failure;
     if (options.demo())

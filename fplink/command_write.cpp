@@ -2,7 +2,7 @@
 
 #include "commands.h"
 
-#include "numbers.h"
+#include "assignments.h"
 
 namespace fplink
 {
@@ -15,61 +15,14 @@ struct WriteOptions {
     std::vector<std::string> arguments;
 };
 
-/// One write as it was asked for.
-struct Assignment {
-    fphost::Span span;
-    QStringList values; // as text
-    QByteArray bytes;
-};
-
-std::optional<Failure> usage(const QString &text)
-{
-    return Failure{ExitCode::Usage, text};
-}
-
-/// ADDRESS=VALUE[,VALUE...] as often as wanted, or one ADDRESS VALUE...; a count may be left out when there are several
-/// values.
-std::optional<Failure> parseAssignments(const WriteOptions &options, std::vector<Assignment> *all)
-{
-    std::vector<std::pair<QString, QStringList>> pairs;
-    const QString first = textOf(options.arguments.front());
-    if (first.contains(QLatin1Char('='))) {
-        for (const std::string &argument : options.arguments) {
-            const QString text = textOf(argument);
-            const int equals = text.indexOf(QLatin1Char('='));
-            if (equals < 0)
-                return usage(QStringLiteral("%1: write ADDRESS=VALUE[,VALUE...]").arg(text));
-            pairs.emplace_back(text.left(equals), text.mid(equals + 1).split(QLatin1Char(',')));
-        }
-    } else {
-        QStringList values;
-        for (std::size_t i = 1; i < options.arguments.size(); ++i)
-            values.append(textOf(options.arguments[i]).split(QLatin1Char(',')));
-        if (values.isEmpty())
-            return usage(QStringLiteral("%1: a value is missing").arg(first));
-        pairs.emplace_back(first, values);
-    }
-    for (const auto &[address, values] : pairs) {
-        Assignment one;
-        one.values = values;
-        if (const std::optional<QString> why = parseAddress(address, options.link.station, &one.span))
-            return usage(*why);
-        if (one.span.count == 1)
-            one.span.count = values.size();
-        if (const std::optional<QString> why = fphost::whyNotWritable(one.span))
-            return usage(*why);
-        if (const std::optional<QString> why = parseValues(one.span, values, &one.bytes))
-            return usage(*why);
-        all->push_back(one);
-    }
-    return std::nullopt;
-}
-
 std::optional<Failure> runWrite(const WriteOptions &options)
 {
+    QStringList arguments;
+    for (const std::string &argument : options.arguments)
+        arguments.append(textOf(argument));
     std::vector<Assignment> assignments;
-    if (std::optional<Failure> failure = parseAssignments(options, &assignments))
-        return failure;
+    if (const std::optional<QString> why = parseAssignments(arguments, options.link.station, &assignments))
+        return Failure{ExitCode::Usage, *why};
     std::vector<fphost::Span> spans;
     for (const Assignment &one : assignments)
         spans.push_back(one.span);

@@ -43,7 +43,8 @@ std::optional<Failure> parseAddresses(const std::vector<std::string> &texts, int
 
 QString textOf(const std::string &argument);
 
-/// Writes to standard output.
+/// Writes to standard output: text that is known to be harmless, or one line of any characters, which shown() spells
+/// out.
 void print(const QString &text);
 void printLine(const QString &line);
 

@@ -171,6 +171,7 @@ std::optional<Failure> Connection::write(const Span &span, const QByteArray &val
 Failure Connection::failureOf(const fphost::Finished &finished) const
 {
     const QString name = addressOf(finished.span, severalStations_);
+    const QString station = QString::number(finished.span.station);
     QString part;
     if (finished.write && finished.piecesDone > 0)
         part = QStringLiteral(" (%1 of %2 write requests were done)").arg(finished.piecesDone).arg(finished.pieces);
@@ -181,17 +182,12 @@ Failure Connection::failureOf(const fphost::Finished &finished) const
         return {ExitCode::Refused,
                 QStringLiteral("%1: refused by the PLC: %2%3").arg(name, fphost::errorName(finished.errorCode), part)};
     case Outcome::NoReply:
-        return {ExitCode::TimeOut, QStringLiteral("%1: no reply from station %2 at %3 within %4 ms, asked %5%6")
-                                       .arg(name)
-                                       .arg(finished.span.station)
-                                       .arg(plcText())
-                                       .arg(options_.timeoutMs)
-                                       .arg(times, part)};
+        return {ExitCode::TimeOut,
+                QStringLiteral("%1: no reply from station %2 at %3 within %4 ms, asked %5%6")
+                    .arg(name, station, plcText(), QString::number(options_.timeoutMs), times, part)};
     case Outcome::BadReply:
         return {ExitCode::BadReply, QStringLiteral("%1: the replies of station %2 at %3 could not be understood%4")
-                                        .arg(name)
-                                        .arg(finished.span.station)
-                                        .arg(plcText(), part)};
+                                        .arg(name, station, plcText(), part)};
     case Outcome::NoLink:
         return {ExitCode::Unreachable, QStringLiteral("%1: %2%3").arg(name, linkTrouble(), part)};
     default:

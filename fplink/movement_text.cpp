@@ -4,6 +4,7 @@
 
 #include "address.h"
 #include "numbers.h"
+#include "shown_text.h"
 
 #include <limits>
 
@@ -45,15 +46,15 @@ std::optional<QString> parseOption(const QString &text, Movement *movement)
     if (key == QLatin1String("low") || key == QLatin1String("high")) {
         const std::optional<int> value = wordValue(valueText);
         if (!value)
-            return QStringLiteral("'%1' is no value for a word").arg(valueText);
+            return QStringLiteral("'%1' is no value for a word").arg(quoted(valueText));
         (key == QLatin1String("low") ? movement->low : movement->high) = static_cast<quint16>(*value);
         return std::nullopt;
     }
     if (key != QLatin1String("period") && key != QLatin1String("seed"))
-        return QStringLiteral("'%1' is none of low=, high=, period= and seed=").arg(text);
+        return QStringLiteral("'%1' is none of low=, high=, period= and seed=").arg(quoted(text));
     const std::optional<int> value = decimal(valueText, std::numeric_limits<int>::max());
     if (!value || (*value == 0 && key == QLatin1String("period")))
-        return QStringLiteral("'%1' is no number for %2").arg(valueText, key);
+        return QStringLiteral("'%1' is no number for %2").arg(quoted(valueText), key);
     if (key == QLatin1String("period"))
         movement->periodMs = *value;
     else
@@ -75,18 +76,18 @@ std::optional<QString> parseMovement(const QString &text, int station, StationMo
 {
     const int equals = text.indexOf(QLatin1Char('='));
     if (equals < 0)
-        return QStringLiteral("%1: write ADDRESS=SHAPE, for example DT100=ramp,high=1000").arg(text);
+        return QStringLiteral("%1: write ADDRESS=SHAPE, for example DT100=ramp,high=1000").arg(quoted(text));
     fphost::Span span;
     if (const std::optional<QString> why = parseAddress(text.left(equals), station, &span))
         return why;
-    const QString name = text.left(equals);
+    const QString name = quoted(text.left(equals));
     if (span.count != 1)
         return QStringLiteral("%1: one element moves; leave the count out").arg(name);
     const QStringList parts = text.mid(equals + 1).split(QLatin1Char(','));
     const ShapeRow *shape = shapeNamed(parts.first());
     if (!shape)
         return QStringLiteral("%1: '%2' is no shape; shapes are ramp, sine, random, counter and toggle")
-            .arg(name, parts.first());
+            .arg(name, quoted(parts.first()));
     const bool bit = fphost::areaRow(span.kind)->bits;
     if (bit != (shape->shape == Movement::Shape::Toggle))
         return bit ? QStringLiteral("%1: a bit can only toggle").arg(name)

@@ -2,6 +2,8 @@
 
 #include "numbers.h"
 
+#include "shown_text.h"
+
 #include <algorithm>
 
 namespace fplink
@@ -36,9 +38,9 @@ std::optional<int> hexWord(const QString &digits)
 QString outOfRange(const QString &name, const QString &text, bool bits)
 {
     if (bits)
-        return QStringLiteral("%1: '%2' is no value for a bit; bits are 0 and 1").arg(name, text);
+        return QStringLiteral("%1: '%2' is no value for a bit; bits are 0 and 1").arg(name, quoted(text));
     return QStringLiteral("%1: '%2' is no value for a word; words are -32768 to 65535 or 0x0 to 0xFFFF")
-        .arg(name, text);
+        .arg(name, quoted(text));
 }
 
 } // namespace

@@ -136,10 +136,22 @@ TEST(FplinkAddress, TakesNoDigitsOfOtherScripts)
     EXPECT_NE(whyNot("R1\uFF26"), "");
 }
 
+TEST(FplinkAddress, SpellsOutWhatATerminalWouldObey)
+{
+    EXPECT_EQ(whyNot("DT5\n"), "DT5\\n: '5\\n' is not a decimal number");
+    EXPECT_EQ(whyNot("\x1b[2J"), "\\x1B[2J: there is no area ''; areas are X Y R L T C WX WY WR WL DT LD FL SV EV");
+    EXPECT_EQ(whyNot("R\r0"), "R\\r0: '\\r' is not a decimal word number");
+    EXPECT_EQ(whyNot("DT\u202e5"), "DT\\u202E5: '\\u202E5' is not a decimal number");
+    EXPECT_EQ(whyNot("DT\xff"), "DT\\uFFFD: '\\uFFFD' is not a decimal number");
+}
+
 TEST(FplinkAddress, QuotesOnlyTheBeginningOfAnEndlessText)
 {
-    const std::string why = whyNot(QString(100000, QLatin1Char('Z')));
-    EXPECT_EQ(why.substr(0, 45), std::string(40, 'Z') + "...: ");
+    const std::string beginning = std::string(80, 'Z') + "...";
+    EXPECT_EQ(whyNot(QString(100000, QLatin1Char('Z'))),
+              beginning + ": there is no area '" + beginning + "'; areas are X Y R L T C WX WY WR WL DT LD FL SV EV");
+    EXPECT_EQ(whyNot(QStringLiteral("DT") + QString(100000, QLatin1Char('Z'))),
+              "DT" + std::string(78, 'Z') + "...: '" + beginning + "' is not a decimal number");
 }
 
 TEST(FplinkAddress, WritesWhatItReads)
@@ -154,6 +166,7 @@ TEST(FplinkEndpoint, IsAHostAndAPort)
     EXPECT_EQ(endpointOf("192.168.1.5:9094"), "192.168.1.5 9094 192.168.1.5:9094");
     EXPECT_EQ(endpointOf("plc-7.local:1"), "plc-7.local 1 plc-7.local:1");
     EXPECT_EQ(endpointOf("[::1]:65535"), "::1 65535 [::1]:65535");
+    EXPECT_EQ(endpointOf("[fe80::1%2]:9094"), "fe80::1%2 9094 [fe80::1%2]:9094"); // on the interface with number 2
 }
 
 TEST(FplinkEndpoint, SaysWhatIsWrong)
@@ -165,4 +178,11 @@ TEST(FplinkEndpoint, SaysWhatIsWrong)
     EXPECT_EQ(endpointOf("[]:9094"), "[]:9094: the host is missing; write HOST:PORT");
     for (const char *port : {"h:", "h:0", "h:65536", "h:-1", "h:x", "h:99999999999"})
         EXPECT_EQ(endpointOf(port), std::string(port) + ": the port must be a number from 1 to 65535");
+}
+
+TEST(FplinkEndpoint, SpellsOutWhatATerminalWouldObey)
+{
+    EXPECT_EQ(endpointOf("a\nb"), "a\\nb: the port is missing; write HOST:PORT");
+    EXPECT_EQ(endpointOf("\x1b:1:2"), "\\x1B:1:2: write an IPv6 address in brackets, [::1]:9094");
+    EXPECT_EQ(endpointOf("h:\t"), "h:\\t: the port must be a number from 1 to 65535");
 }

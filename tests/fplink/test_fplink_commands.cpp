@@ -254,6 +254,47 @@ TEST(FplinkErrors, BadUsageIsTwo)
     }
 }
 
+TEST(FplinkErrors, WhatIsQuotedCannotEndTheLineOrReachTheTerminal)
+{
+    const struct {
+        QStringList arguments;
+        int code;
+        const char *error;
+    } kCases[] = {
+        {{"fe\ntch"}, 2, "fe\\ntch: no such command; commands are read write watch sim"},
+        {{"read", "DT5\x1b[2J"}, 2, "DT5\\x1B[2J: '5\\x1B[2J' is not a decimal number"},
+        {{"read", "--bo\ngus", "DT5"}, 2, "The following argument was not expected: --bo\\ngus"},
+        {{"read", "--timeout", "5\n6", "DT5"}, 2, "--timeout: Value 5\\n6 not in range 1 to 3600000"},
+        {{"read", "--plc", "h\no:1", "DT5"}, 3, "cannot connect to h\\no:1: Name or service not known"},
+        {{"read", "--library", "/no\nwhere", "DT5"},
+         7,
+         "cannot load the driver library /no\\nwhere: there is no such file"},
+        {{"watch", "--plc", "\r1:2"}, 2, "say which addresses of \\r1:2 to watch"},
+        {{"sim", "--bind", "\x07"}, 2, "\\x07: not an IP address"},
+        {{"sim", "--move", "DT5=ju\nmp"},
+         2,
+         "DT5: 'ju\\nmp' is no shape; shapes are ramp, sine, random, counter and toggle"},
+        {{"sim", "--load", "/no\nwhere"}, 8, "cannot read /no\\nwhere: No such file or directory"},
+    };
+    for (const auto &one : kCases) {
+        SCOPED_TRACE(one.error);
+        const Ran ran = fplink(one.arguments);
+        expectFailure(ran, one.code, one.error);
+        EXPECT_EQ(ran.out, "");
+    }
+}
+
+TEST(FplinkErrors, WhatAMemoryFileSaysCannotReachTheTerminal)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("memory.json")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("{\"format\":\"plc-memory\",\"version\":1,\"\\u001b[2J\\n\":1}");
+    file.close();
+    expectFailure(fplink({"sim", "--load", file.fileName()}), 8,
+                  file.fileName().toStdString() + ": the file has an unknown entry '\\x1B[2J\\n'");
+}
+
 TEST(FplinkErrors, APlcThatCannotBeReachedIsThree)
 {
     std::string gone;

@@ -79,5 +79,9 @@ TEST(FplinkMovement, SaysWhatIsWrong)
     EXPECT_EQ(whyNot("DT5=ramp,period=0"), "DT5: '0' is no number for period");
     EXPECT_EQ(whyNot("DT5=ramp,seed=x"), "DT5: 'x' is no number for seed");
     EXPECT_EQ(whyNot("DT5=ramp,speed=3"), "DT5: 'speed=3' is none of low=, high=, period= and seed=");
+    EXPECT_EQ(whyNot("DT5=ra\nmp"), "DT5: 'ra\\nmp' is no shape; shapes are ramp, sine, random, counter and toggle");
+    EXPECT_EQ(whyNot("DT5=ramp,low=\x1b"), "DT5: '\\x1B' is no value for a word");
+    EXPECT_EQ(whyNot("DT5=ramp,\t"), "DT5: '\\t' is none of low=, high=, period= and seed=");
+    EXPECT_EQ(whyNot("DT5=ramp,seed=\r"), "DT5: '\\r' is no number for seed");
     EXPECT_EQ(whyNot("DT5=ramp,"), "DT5: '' is none of low=, high=, period= and seed=");
 }
