@@ -42,7 +42,8 @@ int wholeNumber(const QJsonValue &value, int lowest, int highest, const QString 
 {
     const double number = value.isDouble() ? value.toDouble() : std::nan("");
     if (!(number >= lowest && number <= highest) || std::floor(number) != number)
-        fail(QStringLiteral("%1 must be a whole number from %2 to %3").arg(what).arg(lowest).arg(highest));
+        fail(QStringLiteral("%1 must be a whole number from %2 to %3")
+                 .arg(what, QString::number(lowest), QString::number(highest)));
     return static_cast<int>(number);
 }
 
@@ -102,12 +103,9 @@ void readRun(Station &station, Area area, const QJsonValue &value, const QString
     const QJsonArray words = requireArray(run.value(QStringLiteral("words")), where + QStringLiteral(", 'words'"));
     if (words.size() > size - first)
         fail(QStringLiteral("%1: a run of %2 words from %3 does not fit an area of %4 words")
-                 .arg(where)
-                 .arg(words.size())
-                 .arg(first)
-                 .arg(size));
+                 .arg(where, QString::number(words.size()), QString::number(first), QString::number(size)));
     for (int i = 0; i < words.size(); ++i) {
-        const QString what = QStringLiteral("%1, word %2").arg(where).arg(first + i);
+        const QString what = QStringLiteral("%1, word %2").arg(where, QString::number(first + i));
         station.setWord(area, first + i, static_cast<quint16>(wholeNumber(words.at(i), 0, kHighestWord, what)));
     }
 }

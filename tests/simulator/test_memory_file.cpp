@@ -239,6 +239,12 @@ TEST(BrokenMemoryFile, WithABadStationIsRefused)
               "station '02', 'sizes' must be an object");
 }
 
+TEST(BrokenMemoryFile, ThatLooksLikeAPlaceholderIsQuotedAsItIs)
+{
+    EXPECT_EQ(faultOf(R"({"format": "plc-memory", "version": 1, "stations": [{"destination": "%3", "number": 255}]})"),
+              "station '%3', 'number' must be a whole number from 0 to 254");
+}
+
 TEST(BrokenMemoryFile, WithBadMemoryIsRefused)
 {
     EXPECT_EQ(faultOfStation(R"("colour": 1)"), "station '01' has an unknown entry 'colour'");
