@@ -228,8 +228,8 @@ inline fphost::Span unreadableSpan(int station)
     return {KindDT, 905, 2, station};
 }
 
-/// Everything that can go wrong, in one request of ten; times suit a reply time-out of 100 ms. What is
-/// cut off and what is added never make a reply of the right length: nobody could tell it from a right one.
+/// Everything that can go wrong with a request, in one of ten; times suit a reply time-out of 100 ms. What is cut off
+/// and what is added never make a reply of the right length: nobody could tell it from a right one.
 constexpr char kFaults[] = "drop-request 0.5%; error 0.4% any; error 0.3% 53; restart 0.1% 300; wrong-station 0.5%;"
                            "wrong-command 0.5%; short-data 0.4% 4; short-data 0.2% 2; long-data 0.5% 8; bad-check 0.6%;"
                            "lower-case-check 0.8%; junk-before 0.5% 3; junk-after 0.5% 3; drop 0.5%; delay 0.4% 40;"
@@ -239,6 +239,9 @@ constexpr char kFaults[] = "drop-request 0.5%; error 0.4% any; error 0.3% 53; re
 /// Without the replies that come twice where real time decides when the second one comes: an acknowledgement that
 /// arrives again when the next write is already out cannot be told from the answer to that write.
 enum class Twice { May, Never };
+
+/// A frame size that neither a read of 16 words nor a monitor of 14 nor a write of 16 fits.
+constexpr int kShortFrames = 60;
 
 inline plcsim::FaultPlan faultPlan(quint32 seed, Twice twice = Twice::May)
 {
