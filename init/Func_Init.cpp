@@ -173,38 +173,39 @@ void WhetherGroup(int n, int size, RW_VAR *var, QList<RW_VAR> *out)
 }
 
 /// Moves every entry \a order[i] of \a list to place i; \a order is used up.
-static void reorder(QList<RW_VAR> &list, std::vector<int> &order)
+static void reorder(QList<RW_VAR> &list, std::vector<qint64> &order)
 {
     const QList<RW_VAR>::iterator entries = list.begin();
-    for (int i = 0; i < int(order.size()); ++i) {
-        if (order[std::size_t(i)] == i)
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        if (order[i] == qint64(i))
             continue;
-        RW_VAR held = std::move(entries[i]);
-        int place = i;
-        for (int from; (from = order[std::size_t(place)]) != i; place = from) {
-            entries[place] = std::move(entries[from]);
-            order[std::size_t(place)] = place;
+        RW_VAR held = std::move(entries[int(i)]);
+        std::size_t place = i;
+        for (std::size_t from; (from = std::size_t(order[place])) != i; place = from) {
+            entries[int(place)] = std::move(entries[int(from)]);
+            order[place] = qint64(place);
         }
-        entries[place] = std::move(held);
-        order[std::size_t(place)] = place;
+        entries[int(place)] = std::move(held);
+        order[place] = qint64(place);
     }
 }
 
 /// Orders \a list by address; entries of the same address keep their order, or turn it around for newestFirst.
 static void orderByAddress(QList<RW_VAR> &list, bool newestFirst)
 {
-    typedef std::pair<qint32, int> Place; // address, rank among equals
-    std::vector<Place> places;
-    places.reserve(std::size_t(list.size()));
-    for (int i = 0; i < countOf(list); ++i)
-        places.push_back(Place(list.at(i).address, newestFirst ? -i : i));
-    if (std::is_sorted(places.begin(), places.end()))
+    const qint64 kRanks = qint64(1) << 32;
+    const int last = countOf(list) - 1;
+    std::vector<qint64> order; // address x kRanks + rank among equals
+    order.reserve(std::size_t(list.size()));
+    for (int i = 0; i <= last; ++i)
+        order.push_back(list.at(i).address * kRanks + (newestFirst ? last - i : i));
+    if (std::is_sorted(order.begin(), order.end()))
         return;
-    std::sort(places.begin(), places.end());
-    std::vector<int> order;
-    order.reserve(places.size());
-    for (const Place &place : places)
-        order.push_back(newestFirst ? -place.second : place.second);
+    std::sort(order.begin(), order.end());
+    for (qint64 &from : order) {
+        const qint64 rank = from & (kRanks - 1);
+        from = newestFirst ? last - rank : rank;
+    }
     reorder(list, order);
 }
 
@@ -275,7 +276,7 @@ void WordVarReCreatBuild(QList<RW_VAR> *group, int maxLen)
 void sort_lst_PollingReadVar()
 {
     QList<RW_VAR> &list = PLC_driver.lst_PollingReadVar;
-    std::vector<int> order;
+    std::vector<qint64> order;
     order.reserve(std::size_t(list.size()));
     for (int i = countOf(list) - 1; i >= 0; --i)
         if (list.at(i).count <= kShortBlock)
