@@ -1,7 +1,7 @@
 // counts_main.cpp - runs each scenario once, for whoever counts: callgrind its instructions, or the counting allocator
 // its allocations.
 //
-//   counts [PART]    only the scenarios whose name contains PART
+//   counts [NAME]    only the scenario of this name
 //
 //  - Prints one line for each: name, number of runs, allocations in them (-1 where nobody counts), parted by tabs.
 //  - Under callgrind each scenario leaves a dump of its own, named after it; the setting up is not in it.
@@ -51,10 +51,10 @@ void count(const NamedScenario &named)
 int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
-    const std::string part = argc > 1 ? argv[1] : "";
+    const std::string only = argc > 1 ? argv[1] : "";
     try {
         for (const NamedScenario &named : allScenarios())
-            if (named.name.find(part) != std::string::npos)
+            if (only.empty() || named.name == only)
                 count(named);
     } catch (const std::exception &e) {
         std::fprintf(stderr, "counts: %s\n", e.what());

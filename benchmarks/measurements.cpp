@@ -2,7 +2,6 @@
 
 #include "measurements.h"
 
-#include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -57,28 +56,26 @@ QList<QStringList> rows(const QByteArray &text, int columns)
     return all;
 }
 
-/// A dump of callgrind's: the name that it was asked for under, and the instructions in it.
-struct Dump {
-    QString name;
-    double instructions = 0;
-};
-
-Dump readDump(const QString &path)
+/// What one run of a scenario takes. Counted in a process of its own: what the allocator does depends on the memory
+/// that was used and freed before.
+double instructions(const QString &scenario)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        fail("cannot read " + path);
-    Dump dump;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("dump"));
+    const QList<QStringList> printed =
+        rows(output(QStringLiteral("valgrind"), {"-q", "--tool=callgrind", "--instr-atstart=no",
+                                                 "--callgrind-out-file=" + path, FP_BENCH_COUNTS, scenario}),
+             3);
+    QFile file(path + ".1"); // the first dump is the scenario's, the last one that of the program's end
+    if (printed.size() != 1 || !file.open(QIODevice::ReadOnly))
+        fail("no count of " + scenario);
     while (!file.atEnd()) {
         const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        const QString trigger = QStringLiteral("desc: Trigger: Client Request: ");
         const QString totals = QStringLiteral("totals: ");
-        if (line.startsWith(trigger))
-            dump.name = line.mid(trigger.size());
-        else if (line.startsWith(totals))
-            dump.instructions = line.mid(totals.size()).toDouble();
+        if (line.startsWith(totals))
+            return line.mid(totals.size()).toDouble() / printed[0][1].toDouble();
     }
-    return dump;
+    fail("no total in the count of " + scenario);
 }
 
 } // namespace
@@ -120,18 +117,8 @@ void Measurements::countAllocations()
 
 void Measurements::countInstructions()
 {
-    const QTemporaryDir folder;
-    const QByteArray printed = output(QStringLiteral("valgrind"), {"-q", "--tool=callgrind", "--instr-atstart=no",
-                                                                   "--callgrind-out-file=" + folder.filePath("dump"),
-                                                                   QStringLiteral(FP_BENCH_COUNTS)});
-    QMap<QString, double> runs;
-    for (const QStringList &row : rows(printed, 3))
-        runs[row[0]] = row[1].toDouble();
-    for (const QString &file : QDir(folder.path()).entryList(QDir::Files)) {
-        const Dump dump = readDump(folder.filePath(file));
-        if (runs.contains(dump.name))
-            m_costs[dump.name].instructions = dump.instructions / runs[dump.name];
-    }
+    for (const QString &scenario : std::as_const(m_scenarios))
+        m_costs[scenario].instructions = instructions(scenario);
 }
 
 void Measurements::takeTimes(const QString &filter, int repetitions)
