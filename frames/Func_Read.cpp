@@ -77,13 +77,81 @@ void ReadTCSK(RW_VAR var)
     readTimerValues(var);
 }
 
+/// Queues a request of a monitor read. \a varFlag: 1 where its reply brings no data.
+static Protocol &queueMonitor(int size, int replyLen, int dataPos, int dataLen, const RW_VAR &var, qint32 varFlag)
+{
+    Protocol &queued = queueRequest(size, replyLen, dataPos, dataLen, var);
+    queued.var.extra1 = kGroupedRead; // so that the store works entry by entry
+    queued.var.varFlag = varFlag;
+    return queued;
+}
+
+/// The request that clears what is registered.
+static void queueMonitorClear(const RW_VAR &var)
+{
+    Protocol &queued = queueMonitor(kMonitorClearSize, kAcknowledge, 0, 0, var, 1);
+    FrameWriter frame(queued.frame, kMonitorClearSize, var.station, "MD");
+    frame.text("FFFFFF");
+    frame.closeUnchecked();
+}
+
+/// Characters that the entries of qmap_list take in a monitor registration; those that cannot stand there take none.
+static int registeredChars()
+{
+    int chars = 0;
+    for (int i = 0; i < countOf(qmap_list); ++i) {
+        const int kind = qmap_list.at(i).areaKind;
+        if (isWordKind(kind))
+            chars += kind <= KindWL ? 7 : 6;
+    }
+    return chars;
+}
+
+/// The request that registers every entry of qmap_list that can be.
+static void queueMonitorRegistration(const RW_VAR &var)
+{
+    const int size = kMonitorSize + registeredChars();
+    FrameWriter frame(queueMonitor(size, kAcknowledge, 0, 0, var, 1).frame, size, var.station, "MD");
+    for (int i = 0; i < countOf(qmap_list); ++i) {
+        const RW_VAR &entry = qmap_list.at(i);
+        if (!isWordKind(entry.areaKind))
+            continue;
+        frame.text(areaRow(entry.areaKind)->registered);
+        if (entry.areaKind <= KindWL)
+            frame.decimal<4>(entry.address);
+        else
+            frame.decimal<5>(entry.address);
+    }
+    frame.closeUnchecked();
+}
+
+static void queueMonitorExecution(const RW_VAR &var)
+{
+    const int chars = length32(charsOfWords(qmap_list.size()));
+    Protocol &queued = queueMonitor(kMonitorSize, chars + kMonitorReply, kMonitorDataPos, chars, var, var.varFlag);
+    FrameWriter(queued.frame, kMonitorSize, var.station, "MG").closeUnchecked();
+}
+
+static void readThroughMonitor(const RW_VAR &var)
+{
+    queueMonitorClear(var);
+    queueMonitorRegistration(var);
+    queueMonitorExecution(var);
+    announceFrames(3);
+}
+
+void ReadWordMD(RW_VAR var)
+{
+    readThroughMonitor(var);
+}
+
 void ReadRegister()
 {
     if (qmap_list.isEmpty())
         return;
     const RW_VAR &first = qmap_list.at(0);
     if (qmap_list.size() > 1) {
-        ReadWordMD(first);
+        readThroughMonitor(first);
         return;
     }
     switch (first.areaKind) {
@@ -99,61 +167,4 @@ void ReadRegister()
     default:
         readContacts(first);
     }
-}
-
-/// Characters that \a kind takes in a monitor registration; 0 where it cannot be registered.
-static int registeredChars(int kind)
-{
-    if (!isWordKind(kind))
-        return 0;
-    return kind <= KindWL ? 7 : 6;
-}
-
-/// The request that clears what is registered. Its reply, like that of the next one, brings no data.
-static void queueMonitorClear(const RW_VAR &var)
-{
-    Protocol &queued = queueRequest(kMonitorClearSize, kAcknowledge, 0, 0, var);
-    FrameWriter frame(queued.frame, kMonitorClearSize, var.station, "MD");
-    frame.text("FFFFFF");
-    frame.closeUnchecked();
-}
-
-/// The request that registers every entry of qmap_list that can be.
-static void queueMonitorRegistration(const RW_VAR &var)
-{
-    int size = kMonitorSize;
-    for (int i = 0; i < countOf(qmap_list); ++i)
-        size += registeredChars(qmap_list.at(i).areaKind);
-    FrameWriter frame(queueRequest(size, kAcknowledge, 0, 0, var).frame, size, var.station, "MD");
-    for (int i = 0; i < countOf(qmap_list); ++i) {
-        const RW_VAR &entry = qmap_list.at(i);
-        if (!isWordKind(entry.areaKind))
-            continue;
-        const AreaRow &row = *areaRow(entry.areaKind);
-        frame.text(row.registered);
-        if (entry.areaKind <= KindWL)
-            frame.decimal<4>(entry.address);
-        else
-            frame.decimal<5>(entry.address);
-    }
-    frame.closeUnchecked();
-}
-
-static void queueMonitorExecution(const RW_VAR &var)
-{
-    const int chars = length32(charsOfWords(qmap_list.size()));
-    Protocol &queued = queueRequest(kMonitorSize, chars + kMonitorReply, kMonitorDataPos, chars, var);
-    FrameWriter(queued.frame, kMonitorSize, var.station, "MG").closeUnchecked();
-}
-
-void ReadWordMD(RW_VAR var)
-{
-    const qint32 flagOfExecution = var.varFlag;
-    var.extra1 = kGroupedRead; // so that the store works entry by entry
-    var.varFlag = 1;
-    queueMonitorClear(var);
-    queueMonitorRegistration(var);
-    var.varFlag = flagOfExecution;
-    queueMonitorExecution(var);
-    announceFrames(3);
 }

@@ -62,8 +62,10 @@ public:
     void hexDigit(int digit);
     void text(const char *chars)
     {
+        char *next = m_next; // what is written could be m_next itself, for all that the compiler knows
         while (*chars)
-            letter(*chars++);
+            *next++ = *chars++;
+        m_next = next;
     }
 
     /// The low \a Digits decimal digits of \a value: 7 in five digits is "00007", 12345 in four "2345". A negative
