@@ -1,20 +1,21 @@
 // fuzz_calls.cpp - the exported functions in any order with any arguments, and a host that changes the lists between.
 //
 // Invariant: whatever is called with whatever values, nothing is read or written that is not the driver's, no
-// arithmetic overflows, every call comes back with no lock held, lists filled without asking for "unchecked" hold at
-// most 1,024 entries, and byte arrays that share their contents with an argument keep theirs.
+// arithmetic overflows, every call comes back with no lock held, no list grows beyond 1,024 entries by a call that does
+// not ask for "unchecked", and byte arrays that share their contents with an argument keep theirs.
 
 #include "invariant.h"
 
 #include "dice.h"
 #include "walk.h"
 
+#include <algorithm>
 #include <limits>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size);
 
-static ComInfo info;
+static ComInfo info, otherInfo; // the host's records; the driver has one of them
 
 static void ignoreReadFinished(qint32, qint32, qint32, qint32) {}
 static void ignoreCommFailed(QList<RW_VAR> *, qint32, qint32) {}
@@ -151,16 +152,18 @@ static void changeFrame(Dice &dice)
 
 static void changeSettings(Dice &dice)
 {
-    info.multiStation = dice.chance(60) ? dice.below(2) : info.multiStation;
-    info.remoteMode = dice.chance(80) ? 0 : 1;
-    info.linkNo = dice.below(3);
-    info.hostMode = dice.oneOf<qint32>({2, 2, 2, 0});
+    info.multiStation = dice.oneOf<qint32>({0, 0, 0, 1, 1, 1, -1, 2});
+    info.remoteMode = dice.oneOf<qint32>({0, 0, 0, 0, 0, 0, 1, -1});
+    info.linkNo = dice.chance(90) ? dice.below(3) : anyInt(dice);
+    info.hostMode = dice.oneOf<qint32>({2, 2, 2, 2, 2, 0, 1, 3, -1});
     info.maxWordsPerWrite = dice.chance(60) ? 16 : anyInt(dice);
     info.defaultStation = anyInt(dice);
     info.retryLimit = dice.chance(60) ? dice.below(3) : anyInt(dice);
     info.retryCount = dice.chance(60) ? 0 : anyInt(dice);
     info.framesTotal = dice.chance(60) ? info.framesTotal : anyInt(dice);
     info.framesDone = dice.chance(60) ? info.framesDone : anyInt(dice);
+    info.cycleDone = dice.chance(90) ? info.cycleDone : anyInt(dice);
+    info.hostHandle = anyInt(dice);
     if (dice.chance(20))
         qmap_length = anyInt(dice);
     if (dice.chance(20))
@@ -194,6 +197,30 @@ static void answer(Dice &dice)
     require(reply == shared, "the reply was changed");
 }
 
+/// Set-up once more, in the middle of everything.
+static void setUpAgain(Dice &dice)
+{
+    if (dice.chance(50)) {
+        otherInfo = info;
+        SetComInfo(&otherInfo);
+        require(otherInfo.reserved40 == 0 && otherInfo.reserved52 == 0, "SetComInfo clears the reserved words");
+        info = otherInfo;
+        SetComInfo(&info);
+    }
+    const quint32 bits = quint32(anyInt(dice)), words = quint32(anyInt(dice)), indirect = quint32(anyInt(dice));
+    FlashLocalRegister(bits, words, indirect);
+    require(LB == bits && LW == words && RWI == indirect, "FlashLocalRegister stores the three bases");
+    RegistCallBackFuncIntf(ignoreReadFinished, ignoreCommFailed);
+}
+
+/// Calls \a call, which appends to \a list.
+template <typename Call> static void append(const QList<RW_VAR> &list, bool unchecked, Call call)
+{
+    const int before = int(list.size());
+    call();
+    require(unchecked || int(list.size()) <= std::max(before, 1024), "a call let a list grow beyond its limit");
+}
+
 static void rebuild(Dice &dice)
 {
     QList<HostReadItem> items;
@@ -211,7 +238,7 @@ static void rebuild(Dice &dice)
 
 static void callOne(Dice &dice)
 {
-    switch (dice.below(17)) {
+    switch (dice.below(18)) {
     case 0:
     case 1:
     case 2:
@@ -223,7 +250,10 @@ static void callOne(Dice &dice)
         break;
     case 5: {
         QByteArray reply = anyBytes(dice);
-        DataCom(&reply, anyInt(dice));
+        if (dice.chance(20))
+            DataCom(nullptr, 0);
+        else
+            DataCom(&reply, anyInt(dice));
         break;
     }
     case 6: {
@@ -234,12 +264,16 @@ static void callOne(Dice &dice)
     case 7: {
         RW_VAR var = anyVar(dice);
         var.count = affordable(var.count);
-        AddListWriteVar(&var, anyInt(dice));
+        const QByteArray data(var.data.constData(), int(var.data.size()));
+        const qint32 direct = anyInt(dice);
+        append(PLC_driver.lst_WriteVar, direct == 1, [&var, direct] { AddListWriteVar(&var, direct); });
+        require(var.data == data, "the value to write was changed");
         break;
     }
     case 8: {
         RW_VAR var = anyVar(dice);
-        AddListOnceReadVar(&var, anyInt(dice));
+        const qint32 direct = anyInt(dice);
+        append(PLC_driver.lst_OnceReadVar, direct == 1, [&var, direct] { AddListOnceReadVar(&var, direct); });
         break;
     }
     case 9:
@@ -249,7 +283,8 @@ static void callOne(Dice &dice)
         QString name = anyText(dice), text = anyText(dice);
         QByteArray out = anyBytes(dice);
         const QByteArray shared = out, before(out.constData(), int(out.size()));
-        GetRegisterData(&name, anyKind(dice), &text, anyInt(dice), &out, affordable(anyInt(dice)));
+        GetRegisterData(dice.chance(50) ? &name : nullptr, anyKind(dice), &text, anyInt(dice), &out,
+                        affordable(anyInt(dice)));
         require(shared == before, "an array that shares out's bytes was changed");
         break;
     }
@@ -257,8 +292,10 @@ static void callOne(Dice &dice)
         QString name = anyText(dice), text = anyText(dice);
         QByteArray data = anyBytes(dice);
         const QByteArray before(data.constData(), int(data.size()));
-        SetRegisterData(&name, anyKind(dice), &text, anyInt(dice), &data, affordable(anyInt(dice)), anyInt(dice),
-                        anyInt(dice));
+        append(PLC_driver.lst_WriteVar, false, [&dice, &name, &text, &data] {
+            SetRegisterData(dice.chance(50) ? &name : nullptr, anyKind(dice), &text, anyInt(dice), &data,
+                            affordable(anyInt(dice)), anyInt(dice), anyInt(dice));
+        });
         require(data == before, "the data to write was changed");
         break;
     }
@@ -271,7 +308,10 @@ static void callOne(Dice &dice)
     case 14:
         changeSettings(dice);
         break;
-    case 15: {
+    case 15:
+        setUpAgain(dice);
+        break;
+    case 16: {
         QList<RW_VAR> *const lists[] = {&PLC_driver.lst_WriteVar, &PLC_driver.lst_OnceReadVar,
                                         &PLC_driver.lst_PollingReadVar, &qmap_list};
         changeEntry(dice, *lists[dice.below(4)]);
@@ -308,9 +348,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
         callOne(dice);
         require(isFree(PLC_driver.mutexList) && isFree(PLC_driver.mutexArea) && isFree(PLC_driver.mutexStation),
                 "a call came back with a lock held");
-        require(PLC_driver.lst_WriteVar.size() <= 1024 + kMostCalls &&
-                    PLC_driver.lst_OnceReadVar.size() <= 1024 + kMostCalls,
-                "a list grew beyond its limit");
         require(PLC_driver.lst_ReserveVar.isEmpty() && map_bit.isEmpty() && map_word.isEmpty(),
                 "the reserved lists stay empty");
         require(QueryFinishFlag() == 1, "QueryFinishFlag");

@@ -18,6 +18,8 @@ using fphost::Receiver;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size);
 
+enum { kLongestStream = 6000, kRepeat = 0xFD };
+
 struct Request {
     QByteArray frame;
     bool compared;
@@ -83,8 +85,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     request.replyLen = dice.oneOf<int>({13, 9, -1, 0, 73, 1, 4096, 5, -7});
     const std::vector<int> pieces = {dice.from(1, 40), dice.from(1, 40), dice.from(1, 40)};
     QByteArray stream;
-    while (!dice.usedUp() && stream.size() < 6000)
-        stream.append(char(dice.below(256)));
+    while (!dice.usedUp() && stream.size() < kLongestStream) {
+        const int c = dice.below(256);
+        if (c == kRepeat) // brings short inputs to the longest reply
+            stream.append(QByteArray(700, char(dice.below(256))));
+        else
+            stream.append(char(c));
+    }
 
     const QByteArray whole = firstReply(request, stream, {1 << 20});
     require(firstReply(request, stream, pieces) == whole, "the cuts do not change the reply");

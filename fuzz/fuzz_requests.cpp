@@ -1,16 +1,21 @@
-// fuzz_requests.cpp - any bytes as requests and binary records to the simulated PLCs.
+// fuzz_requests.cpp - any bytes as requests and binary records to the simulated PLCs, whole and as a stream in pieces.
 //
 // Invariant: a reply is empty or a whole frame: the request's header and destination, a response mark, a fitting check
 // code, CR, and within the frame's limit; an error response has nine bytes; the length found for a record is at least
-// 22 and does not change when more bytes come.
+// 22 and does not change when more bytes come; a line delivers in order of time, nothing of the past, nothing behind a
+// reset, and only whole replies as long as no fault is planned.
 
 #include "invariant.h"
 
 #include "dice.h"
-#include "plcsim/simulator.h"
+#include "plcsim/line.h"
 
 #include <algorithm>
+#include <memory>
+#include <stdexcept>
 
+using plcsim::Delivery;
+using plcsim::Line;
 using plcsim::Simulator;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size);
@@ -76,10 +81,66 @@ static QByteArray plausibleRecord(Dice &dice)
     return record + char(sum);
 }
 
+/// A plan of up to three faults, for both stations.
+static bool planFaults(Simulator &plc, Dice &dice)
+{
+    plcsim::FaultPlan plan;
+    plan.seed = quint32(dice.below(256));
+    for (int i = dice.below(4); i > 0; --i) {
+        plcsim::Fault fault;
+        fault.kind = plcsim::FaultKind(dice.below(int(plcsim::FaultKind::HalfOpen) + 1));
+        const bool always = fault.kind == plcsim::FaultKind::Unreadable || fault.kind == plcsim::FaultKind::FrameLimit;
+        fault.chance = always || dice.chance(50) ? 10000 : dice.below(10001);
+        fault.number = dice.oneOf<int>({9, 1, 30, 255, 1000});
+        fault.last = fault.number + dice.below(100);
+        fault.errorCode = dice.below(256);
+        plan.faults.push_back(fault);
+    }
+    for (const char *station : {"01", "02"}) {
+        try {
+            plc.setFaultPlan(station, plan);
+        } catch (const std::invalid_argument &) { // a number that this fault does not take
+            return false;
+        }
+    }
+    return !plan.faults.empty();
+}
+
+/// The rest of the input as what arrives on one connection: pieces at their moments.
+static void checkStream(const std::shared_ptr<Simulator> &plc, ByteDice &dice)
+{
+    const Line::Kind kind = dice.chance(70) ? Line::Kind::Text : Line::Kind::Binary;
+    const bool faulty = planFaults(*plc, dice);
+    Line line(plc, kind);
+    qint64 nowMs = 0, lastMs = 0;
+    bool dead = false;
+    while (!dice.usedUp()) {
+        QByteArray piece;
+        for (int length = dice.below(80); length > 0; --length)
+            piece.append(char(dice.below(256)));
+        nowMs += dice.oneOf<int>({0, 0, 1, 20, 2000});
+        for (const Delivery &delivery : line.take(piece, nowMs)) {
+            require(!dead, "a line gives nothing behind its end");
+            require(delivery.atMs >= nowMs && delivery.atMs >= lastMs, "a line delivers in order of time");
+            lastMs = delivery.atMs;
+            dead = delivery.kind != Delivery::Kind::Bytes;
+            require(delivery.bytes.isEmpty() == dead, "bytes come before the end of a line, and nothing with it");
+            if (!faulty)
+                checkReply(delivery.bytes, 1 << 20);
+        }
+        if (dead && dice.chance(50)) {
+            line.reconnect();
+            dead = false;
+            lastMs = nowMs;
+        }
+    }
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
     ByteDice dice(bytes, size);
-    Simulator plc;
+    const auto shared = std::make_shared<Simulator>();
+    Simulator &plc = *shared;
     plc.addStation("01", 1);
     plcsim::StationSettings small;
     small.words.set(plcsim::Area::DT, 20);
@@ -88,7 +149,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     small.extendedFrames = false;
     plc.addStation("02", 2, small);
     while (!dice.usedUp()) {
-        const int form = dice.below(6);
+        const int form = dice.below(7);
+        if (form == 6) {
+            checkStream(shared, dice);
+            break;
+        }
         if (form == 4) {
             checkRecord(plc, plausibleRecord(dice));
             continue;
