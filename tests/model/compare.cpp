@@ -133,9 +133,11 @@ static std::string inField(const char *list, std::size_t index, const std::strin
 /// The first text that is not empty.
 template <typename... Texts> static std::string firstOf(const Texts &...texts)
 {
-    std::string first;
-    ((first = first.empty() ? texts : first), ...);
-    return first;
+    for (const std::string &text : {texts...}) {
+        if (!text.empty())
+            return text;
+    }
+    return std::string();
 }
 
 std::string differenceOf(const plain::Var &model, const RW_VAR &driver)

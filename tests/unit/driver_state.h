@@ -57,7 +57,8 @@ inline std::string storedWords()
 inline std::string cells()
 {
     std::string all;
-    for (const EXTENDVAR &cell : std::as_const(PLC_driver.lst_ExtendVar)) {
+    const QList<EXTENDVAR> &kept = PLC_driver.lst_ExtendVar;
+    for (const EXTENDVAR &cell : kept) {
         all += (all.empty() ? "" : ", ") + std::to_string(cell.station) + ":" + std::to_string(cell.areaKind) + ":" +
                std::to_string(cell.address) + "=" + hex(cell.data);
     }

@@ -58,7 +58,8 @@ protected:
     template <typename... Vars> static QList<RW_VAR> group(const Vars &...vars)
     {
         QList<RW_VAR> list;
-        (list.append(vars), ...);
+        for (const RW_VAR &var : {vars...})
+            list.append(var);
         return list;
     }
 

@@ -77,7 +77,8 @@ protected:
     static std::string queued()
     {
         std::string all;
-        for (const RW_VAR &var : std::as_const(PLC_driver.lst_WriteVar)) {
+        const QList<RW_VAR> &writes = PLC_driver.lst_WriteVar;
+        for (const RW_VAR &var : writes) {
             all += (all.empty() ? "" : ", ") + std::to_string(var.areaKind) + ":" + std::to_string(var.address) + ":" +
                    std::to_string(var.count) + "@" + std::to_string(var.station) + "=" + hex(var.data);
         }

@@ -61,7 +61,8 @@ std::string owners(const QList<RW_VAR> &list)
 std::vector<std::string> queuedFrames()
 {
     std::vector<std::string> all;
-    for (const Protocol &queued : std::as_const(PLC_driver.lst_Protocol))
+    const QList<Protocol> &frames = PLC_driver.lst_Protocol;
+    for (const Protocol &queued : frames)
         all.push_back(std::string(queued.frame.constData(), std::size_t(queued.frameLen)));
     return all;
 }

@@ -74,9 +74,9 @@ inline Announcement announced(const ComInfo &info)
     return Announcement{info.framesTotal, info.framesDone};
 }
 
-inline constexpr Announcement kNothingAnnounced = {55, 44};
-inline constexpr Announcement kOneFrame = {1, 0};
-inline constexpr Announcement kThreeFrames = {3, 0};
+constexpr Announcement kNothingAnnounced = {55, 44};
+constexpr Announcement kOneFrame = {1, 0};
+constexpr Announcement kThreeFrames = {3, 0};
 
 /// What a Protocol says of the reply.
 struct ExpectedReply {
@@ -96,8 +96,8 @@ inline ExpectedReply replyOf(const Protocol &request)
     return ExpectedReply{request.replyLen, request.dataPos, request.dataLen};
 }
 
-inline constexpr ExpectedReply kNoReply = {0, 0, 0};
-inline constexpr ExpectedReply kAcknowledgement = {9, 0, 0};
+constexpr ExpectedReply kNoReply = {0, 0, 0};
+constexpr ExpectedReply kAcknowledgement = {9, 0, 0};
 
 /// A fresh driver with nothing announced, and the frames that were built since.
 class FrameBuilders : public FreshDriver
