@@ -1,8 +1,12 @@
-# stages.sh - sourced by ./run and ./test: steps that stay quiet while they go well.
+# stages.sh - sourced by ./run and ./test and others: steps that stay quiet while they go well.
+#
+#  - Several scripts or parts of one may run at a time: each names a folder of its own in `logs`, and `part` for what
+#    stands in front of its lines. CMAKE_BUILD_PARALLEL_LEVEL bounds how much each does at a time.
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 logs=build/logs
-jobs=$(nproc)
+part=
+jobs=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
 
 # stage COMMAND...: runs the command with its output in a log, tells what ran and how long it took.
 # When it fails, the log follows and the script ends.
@@ -11,13 +15,14 @@ stage()
     local log=$logs/${stage_number:=1}.log start=$SECONDS status=0
     ((stage_number += 1))
     mkdir -p "$logs"
-    printf '%s ... ' "$*"
+    [[ $part ]] || printf '%s ... ' "$*"
     "$@" >"$log" 2>&1 </dev/null || status=$?
+    local head=${part:+$part: $* ... } # a part's line comes in one go, since other parts write too
     if ((status == 0)); then
-        printf '%d s\n' $((SECONDS - start))
+        printf '%s%d s\n' "$head" $((SECONDS - start))
         return
     fi
-    printf 'FAILED after %d s (exit code %d)\n' $((SECONDS - start)) "$status"
+    printf '%sFAILED after %d s (exit code %d)\n' "$head" $((SECONDS - start)) "$status"
     cat "$log"
     exit 1
 }

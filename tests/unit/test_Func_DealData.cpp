@@ -10,6 +10,7 @@
 
 #include <climits>
 #include <cstring>
+#include <initializer_list>
 
 namespace
 {
@@ -58,7 +59,8 @@ protected:
     template <typename... Vars> static QList<RW_VAR> group(const Vars &...vars)
     {
         QList<RW_VAR> list;
-        for (const RW_VAR &var : {vars...})
+        const std::initializer_list<RW_VAR> all = {vars...};
+        for (const RW_VAR &var : all)
             list.append(var);
         return list;
     }
