@@ -700,6 +700,15 @@ TEST_F(UncalledDecoders, SaveBitToUcCopiesNothingForADataLenBelowOne)
     }
 }
 
+TEST_F(UncalledDecoders, SaveBitToUcCopiesNothingFromInFrontOfTheReply)
+{
+    unsigned char bits[2] = {9, 9};
+    answering(2, 0, 2).dataPos = -1;
+    QByteArray reply("%01$RC1010\r");
+    SaveBitToUC(&reply, bits);
+    EXPECT_EQ(hex(QByteArray(reinterpret_cast<char *>(bits), 2)), "09 09");
+}
+
 // Special register save
 // ------------------------------------------------------------------------------------------------
 
@@ -736,6 +745,14 @@ TEST_F(SpecialRegister, CountsWholeWordsOfDataLenOnly)
     SpecialRegisterSave(&reply, area);
     EXPECT_EQ(area[7], 0x1234);
     EXPECT_EQ(area[8], 0);
+}
+
+TEST_F(SpecialRegister, StoresNothingFromInFrontOfTheReply)
+{
+    binaryRead(7, 2, 0).dataPos = -1;
+    QByteArray reply = bytesOf("01 03 02 12 34 ff ff");
+    SpecialRegisterSave(&reply, area);
+    EXPECT_EQ(area[7], 0);
 }
 
 TEST_F(SpecialRegister, StoresNothingWhenTheFirstWordIsCutOff)

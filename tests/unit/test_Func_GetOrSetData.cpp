@@ -813,6 +813,16 @@ TEST_F(WritingToThePlc, QueuesARecordWithEveryFieldOfTheRequest)
     EXPECT_EQ(storedWords(), "") << "the next read brings the value";
 }
 
+TEST_F(WritingToThePlc, AWriteNeedsNoName)
+{
+    QString address = QString::fromLatin1("100");
+    QByteArray data = bytesOf("34 12");
+    EXPECT_EQ(SetRegisterData(nullptr, 10, &address, 1, &data, 1, 4, 9), 1);
+    ASSERT_EQ(PLC_driver.lst_WriteVar.size(), 1);
+    EXPECT_EQ(PLC_driver.lst_WriteVar.at(0).name.size(), 0);
+    EXPECT_EQ(queued(), "10:100:1@1=34 12");
+}
+
 TEST_F(WritingToThePlc, SeveralStationsGetTheirOwnWrites)
 {
     info.multiStation = 1;
