@@ -8,7 +8,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,7 +32,12 @@ public:
     explicit ElfFile(const char *path)
     {
         std::ifstream file(path, std::ios::binary);
-        m_bytes.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        file.seekg(0, std::ios::end);
+        if (!file)
+            throw std::runtime_error(std::string(path) + " cannot be read");
+        m_bytes.resize(std::size_t(file.tellg()));
+        file.seekg(0);
+        file.read(&m_bytes[0], std::streamsize(m_bytes.size()));
         const auto header = at<ElfW(Ehdr)>(0);
         if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
             header.e_ident[EI_CLASS] != (sizeof(void *) == 8 ? ELFCLASS64 : ELFCLASS32))

@@ -28,14 +28,14 @@ static void walkMany(int part, int walks, int length, bool large)
     }
 }
 
-/// Eight parts of 25,000 operations each, so that they can run beside each other.
+/// Eight parts of 25,000 operations each, so that they can run beside each other; under an emulator a fifth of that.
 class Walks : public ::testing::TestWithParam<int>
 {
 };
 
 TEST_P(Walks, DriverAndReferenceStayTheSame)
 {
-    walkMany(GetParam(), 125, 200, false);
+    walkMany(GetParam(), WALKS_OF_A_PART, 200, false);
 }
 
 TEST_P(Walks, DriverAndReferenceStayTheSameWithLongListsAndManyCells)
