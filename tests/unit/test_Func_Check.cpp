@@ -328,6 +328,12 @@ TEST_F(CheckReply, FewerThanFourBytesAreRejectedBeforeAnyByteIsRead)
     EXPECT_EQ(CheckGetData(nullptr, 0), Rejected);
 }
 
+TEST_F(CheckReply, NoReplyAtAllIsRejectedWhateverItsLength)
+{
+    EXPECT_EQ(CheckGetData(nullptr, 4), Rejected);
+    EXPECT_EQ(CheckGetData(nullptr, 9), Rejected);
+}
+
 TEST_F(CheckReply, EveryTruncationOfAReplyIsRejected)
 {
     const std::string whole = "%01$RD05000A0062\r";
