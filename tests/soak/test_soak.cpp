@@ -25,10 +25,10 @@ namespace
 
 constexpr int kReplyTimeoutMs = 100;
 constexpr int kDefaultExchanges = 1000000;
-constexpr int kMostStepsPerExchange = 4;        // connecting and pausing take steps of their own
-constexpr int kMostMsPerExchange = 200;         // of virtual time, on average
-constexpr int kParts = 10;                      // of a run; bytes are counted at the end of each
-constexpr long long kMostBytesKept = 96 * 1024; // what lists keep for their next entries, and words for their values
+constexpr int kMostStepsPerExchange = 4;            // connecting and pausing take steps of their own
+constexpr int kMostMsPerExchange = 200;             // of virtual time, on average
+constexpr int kParts = 10;                          // of a run; bytes are counted at the end of each
+constexpr long long kMostBytesKept = 96 * 1024;     // refusals leave the polling list in more and shorter entries
 constexpr long long kMostBytesKeptLate = 32 * 1024; // of these in the second half of the run
 constexpr std::size_t kMostProblems = 10;
 constexpr int kFrameOver = 0x27; // the PLC's error code
@@ -344,6 +344,8 @@ private:
 
     void noteStation(int station, bool present)
     {
+        if (host_.library.api().PLC_driver->map_Station.contains(station) == present)
+            problem("the driver's switch of station " + std::to_string(station) + " is not where the host says");
         if (present)
             silent_.erase(station);
         else
