@@ -189,26 +189,15 @@ void serveOnceRead()
     ++PLC_driver.onceReadCount;
 }
 
-/// The elements of \a entry that join a group. A short entry is taken as it stands; of a long one, which joins only
-/// behind a passed-over one, the size of the area says how many words can be read at all.
-RunInside groupedElements(const RW_VAR &entry)
-{
-    if (entry.count > kLongestGrouped)
-        return insideArea(entry.address, entry.count, areaWords(entry.areaKind));
-    const qint64 numbers = qint64(0x7FFFFFFF) - entry.address + 1; // element numbers that fit 32 bits
-    const RunInside all = {0, int(qBound(qint64(0), qint64(entry.count), numbers))};
-    return all;
-}
-
-/// Appends the words of \a entry to the group one by one.
+/// Appends the words of \a entry to the group one by one, as many as have element numbers that fit 32 bits.
 void takeWords(GroupList &group, const RW_VAR &entry)
 {
     if (entry.count == 1) { // as most that are read together are
         group.append(entry);
         return;
     }
-    const RunInside elements = groupedElements(entry);
-    for (int i = elements.first; i < elements.end; ++i) {
+    const qint64 numbers = qint64(0x7FFFFFFF) - entry.address + 1;
+    for (int i = 0; i < qMin(qint64(entry.count), numbers); ++i) {
         RW_VAR &word = group.append(entry);
         word.address = entry.address + i;
         word.count = 1;
