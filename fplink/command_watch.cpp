@@ -37,9 +37,9 @@ constexpr double kSecondsToJudge = 1; // all that moves in the demonstration has
 constexpr int kRefreshMs = 200;
 constexpr int kUsualCycleMs = 100;
 constexpr int kLongestCycleMs = 3600000;
-constexpr int kMostElements = 10000; // that a person, or a pipe, can follow
-constexpr int kUsualRows = 24;       // of a terminal that does not say how many it has
-constexpr int kRowsAround = 6;       // around the table: head, gaps, last write, what is not shown, cursor
+constexpr int kMostWatched = 10000; // that a person, or a pipe, can follow
+constexpr int kUsualRows = 24;      // of a terminal that does not say how many it has
+constexpr int kRowsAround = 6;      // around the table: head, gaps, last write, what is not shown, cursor
 
 struct WatchOptions {
     LinkOptions link;
@@ -320,9 +320,9 @@ std::optional<Failure> runWatch(const WatchOptions &options)
         if (const std::optional<QString> why = fphost::whyNotReadable(span))
             return Failure{ExitCode::Usage, *why};
         elements += span.count;
-        if (elements > kMostElements)
+        if (elements > kMostWatched)
             return Failure{ExitCode::Usage,
-                           QStringLiteral("more than %1 elements cannot be watched").arg(kMostElements)};
+                           QStringLiteral("more than %1 elements cannot be watched").arg(kMostWatched)};
     }
     const bool terminal = isatty(STDIN_FILENO) && isatty(STDOUT_FILENO);
     return Watch(options, spans, terminal).run();

@@ -13,6 +13,8 @@
 namespace fphost
 {
 
+constexpr qint64 kUsPerMs = 1000;
+
 class Clock
 {
 public:

@@ -13,7 +13,6 @@ namespace fphost
 namespace
 {
 
-constexpr qint64 kUsPerMs = 1000;
 constexpr int kGood = 1; // DataCom's codes for a good answer
 constexpr int kGoodRemote = 100;
 

@@ -13,8 +13,8 @@ namespace
 
 constexpr char kHeader = '%';
 constexpr char kEnd = '\r';
-constexpr char kGood = '$';
-constexpr char kError = '!';
+constexpr char kGoodMark = '$';
+constexpr char kErrorMark = '!';
 
 // Where things stand in a request and in a reply: %, two station characters, mark, two command letters.
 constexpr int kStationAt = 1;
@@ -142,10 +142,10 @@ bool Receiver::answersTheRequest(const char *frame, int length) const
         return true;
     if (length < kShortestReply || std::memcmp(frame + kStationAt, echo_, 2) != 0)
         return false;
-    if (frame[kMarkAt] == kError)
+    if (frame[kMarkAt] == kErrorMark)
         return true;
     // A request mark here is our own request, echoed by a line that hears itself.
-    return frame[kMarkAt] == kGood && std::memcmp(frame + kCommandAt, echo_ + 2, 2) == 0;
+    return frame[kMarkAt] == kGoodMark && std::memcmp(frame + kCommandAt, echo_ + 2, 2) == 0;
 }
 
 void Receiver::drop(int count)

@@ -24,7 +24,6 @@ namespace
 {
 
 constexpr qint64 kUsPerSecond = 1000000;
-constexpr qint64 kUsPerMs = 1000;
 
 timeval timevalOf(qint64 us)
 {

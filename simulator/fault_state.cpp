@@ -12,8 +12,6 @@ namespace plcsim
 namespace
 {
 
-constexpr int kEveryTime = 10000;
-
 char nextDigit(char digit)
 {
     constexpr char kDigits[] = "0123456789ABCDEF";

@@ -16,7 +16,6 @@ namespace plcsim
 namespace
 {
 
-constexpr int kEveryTime = 10000;
 constexpr int kHighestCode = 255;
 
 enum class Form {
@@ -27,7 +26,7 @@ enum class Form {
     Words   // unreadable DT100..199 61
 };
 
-struct KindRow {
+struct FaultRow {
     FaultKind kind;
     const char *name;
     Form form;
@@ -38,7 +37,7 @@ struct KindRow {
 
 // clang-format off
 constexpr int kLongestMs = 3600000;
-constexpr KindRow kKinds[] = {
+constexpr FaultRow kFaults[] = {
     // kind                      name                form          lowest     highest     always
     { FaultKind::DropRequest,    "drop-request",     Form::Bare,   0,         0,          false },
     { FaultKind::ErrorResponse,  "error",            Form::Code,   kAnyError, 255,        false },
@@ -66,18 +65,18 @@ constexpr KindRow kKinds[] = {
 };
 // clang-format on
 
-const KindRow &rowOf(FaultKind kind)
+const FaultRow &rowOf(FaultKind kind)
 {
-    for (const KindRow &row : kKinds) {
+    for (const FaultRow &row : kFaults) {
         if (row.kind == kind)
             return row;
     }
     throw std::invalid_argument("there is no such kind of fault");
 }
 
-const KindRow *rowNamed(const QString &name)
+const FaultRow *rowNamed(const QString &name)
 {
-    for (const KindRow &row : kKinds) {
+    for (const FaultRow &row : kFaults) {
         if (name == QLatin1String(row.name))
             return &row;
     }
@@ -148,7 +147,7 @@ void readWords(const QString &entry, QStringList *parts, Fault *fault)
         fault->errorCode = codeFrom(entry, parts->takeFirst());
 }
 
-void readNumbers(const QString &entry, const KindRow &row, QStringList *parts, Fault *fault)
+void readNumbers(const QString &entry, const FaultRow &row, QStringList *parts, Fault *fault)
 {
     if (row.form == Form::Bare)
         return;
@@ -177,7 +176,7 @@ void readNumbers(const QString &entry, const KindRow &row, QStringList *parts, F
 
 Fault faultFrom(const QString &entry, QStringList parts)
 {
-    const KindRow *row = rowNamed(parts.takeFirst());
+    const FaultRow *row = rowNamed(parts.takeFirst());
     if (row == nullptr)
         fail(entry, QStringLiteral("there is no such fault"));
     Fault fault;
@@ -253,7 +252,7 @@ QString numbersText(const Fault &fault, Form form)
     return QString();
 }
 
-void require(bool holds, const KindRow &row, const std::string &why)
+void require(bool holds, const FaultRow &row, const std::string &why)
 {
     if (!holds)
         throw std::invalid_argument(std::string("fault '") + row.name + "': " + why);
@@ -261,7 +260,7 @@ void require(bool holds, const KindRow &row, const std::string &why)
 
 void requireGood(const Fault &fault)
 {
-    const KindRow &row = rowOf(fault.kind);
+    const FaultRow &row = rowOf(fault.kind);
     const std::string range = std::to_string(row.lowest) + " to " + std::to_string(row.highest);
     require(fault.chance >= 0 && fault.chance <= kEveryTime, row, "its chance must be 0 to 10000");
     require(!row.always || fault.chance == kEveryTime, row, "it holds always, so its chance must be 10000");
@@ -304,7 +303,7 @@ QString FaultPlan::describe() const
 {
     QStringList entries = {QStringLiteral("seed %1").arg(seed)};
     for (const Fault &fault : faults) {
-        const KindRow &row = rowOf(fault.kind);
+        const FaultRow &row = rowOf(fault.kind);
         QString entry = QLatin1String(row.name);
         if (fault.chance != kEveryTime)
             entry += QLatin1Char(' ') + percentText(fault.chance);

@@ -49,12 +49,14 @@ enum class FaultKind {
     HalfOpen   // instead of the answer the connection falls silent for good, without being closed
 };
 
+constexpr int kEveryTime = 10000; ///< the chance of a fault that meets every request
+
 /// One thing that may go wrong with a request.
 struct Fault {
     FaultKind kind = FaultKind::DropReply;
 
     /// How often, in ten-thousandths: 0 to 10,000. Unreadable and FrameLimit hold always (10,000).
-    int chance = 10000;
+    int chance = kEveryTime;
 
     // clang-format off
     /// What the number means, and its range:
