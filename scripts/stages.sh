@@ -38,3 +38,9 @@ from_log()
 closing_line() { from_log 'tests passed,'; }
 tests_run() { closing_line | sed -E 's/.* out of //'; }
 labelled() { from_log "^$1 .*sec.proc" | sed -E 's/.*\(([0-9]+) tests?\)/\1/'; }
+
+# How many tests the programs themselves counted, where the test runner took each program for one.
+programs_tests_run()
+{
+    from_log ' tests? from .* ran\.' | sed -E 's/.* ([0-9]+) tests? from .*/\1/' | awk '{ sum += $1 } END { print sum + 0 }'
+}
