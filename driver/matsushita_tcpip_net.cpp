@@ -28,7 +28,7 @@ enum {
     kLongestGrouped = 4,      // words of a polling entry that is read together with others
     kMostGrouped = 14,        // words in one grouped read
     kLongPollingList = 64,    // entries above which shifting the list costs more than making an entry anew
-    kTurnsPerAppend = 64,     // of such a list
+    kTurnsPerAppend = 64,     // entries of such a list that are moved for each one that is made anew
     kReadSucceeded = 1,       // status of the read-finished callback
     kReadFailed = 2,          //
     kAbandoned = 1,           // reason of the communication-failure callback

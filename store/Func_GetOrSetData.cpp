@@ -54,19 +54,19 @@ int plainNumber(const QString &text, int length)
 }
 
 /// The number that the first \a length characters of \a text stand for.
-Converted decimal(const QString &whole, int length)
+Converted decimal(const QString &text, int length)
 {
-    const int plain = plainNumber(whole, length);
+    const int plain = plainNumber(text, length);
     if (plain >= 0) {
         const Converted number = {plain, true};
         return number;
     }
-    const QString text = whole.left(length);
+    const QString part = text.left(length);
     bool converted = false;
-    const Converted result = {text.toInt(&converted, 10), true};
+    const Converted result = {part.toInt(&converted, 10), true};
     if (converted)
         return result;
-    const Converted failed = {0, !isNumber(text)};
+    const Converted failed = {0, !isNumber(part)};
     return failed;
 }
 
